@@ -1,0 +1,49 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+
+#include <memory>
+
+/// A session with the device's configuration store: texts and numbers by group and key. Opened per use and closed by
+/// destruction. Every call blocks until the store answers.
+class Configuration
+{
+public:
+    /// Opens the store. Look at isValid() before anything else.
+    /// @param clientName name under which the store knows its client, by custom the client's D-Bus object path
+    explicit Configuration(const QString& clientName);
+    ~Configuration();
+    Q_DISABLE_COPY_MOVE(Configuration)
+
+    /// Whether the store could be opened.
+    [[nodiscard]] bool isValid() const;
+
+    /// Reads a text.
+    /// @param found set to whether the key exists; may be null
+    /// @param flag  the store's own; the device's daemons pass true
+    /// @return the text, or defaultValue where the key was not found
+    [[nodiscard]] QString ReadConfigValue(const QString& group, const QString& key, const QString& defaultValue,
+                                          bool* found, bool flag) const;
+
+    /// Reads a number; a text that is not a finite number counts as not found. Otherwise as the form for texts.
+    [[nodiscard]] double ReadConfigValue(const QString& group, const QString& key, double defaultValue, bool* found,
+                                         bool flag) const;
+
+    /// Writes a text; it lasts only once Save() was called.
+    /// @param flag the store's own; the device's daemons pass false
+    /// @return whether the store took the value
+    [[nodiscard]] bool WriteConfigValue(const QString& group, const QString& key, const QString& value,
+                                        bool flag) const;
+
+    /// Makes what was written last. @return whether the store did so
+    bool Save() const;
+
+    /// Refuses all further writes, by any client, until the device restarts. @return whether the store did so
+    bool Freeze() const;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};

@@ -1,0 +1,114 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "libgpio.h"
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// The kernel's GPIO class: a folder gpioN for each exported line, with its level as the text "0" or "1" in the file
+// "value". ZELT_GPIO_ROOT is the folder of the class, fixed at build time.
+
+namespace {
+
+/// An open file of the GPIO class. Non-blocking, so that nothing put in the file's place (a pipe, say) can hold us up.
+class GpioFile
+{
+public:
+    GpioFile(const std::string& path, int flags) : m_fd(::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK))
+    {
+        m_error = m_fd < 0 ? -errno : 0;
+    }
+    ~GpioFile()
+    {
+        if (m_fd >= 0) {
+            ::close(m_fd);
+        }
+    }
+    GpioFile(const GpioFile&) = delete;
+    GpioFile& operator=(const GpioFile&) = delete;
+
+    /// Writes a text at the start of the file; 0 or a negative errno.
+    [[nodiscard]] int write(std::string_view text) const
+    {
+        if (m_error != 0) {
+            return m_error;
+        }
+        const ssize_t written = ::write(m_fd, text.data(), text.size());
+        if (written < 0) {
+            return -errno;
+        }
+        return static_cast<std::size_t>(written) == text.size() ? 0 : -EIO;
+    }
+
+    /// Reads a whole number at the start of the file; 0 or a negative errno.
+    [[nodiscard]] int read(int* number) const
+    {
+        if (m_error != 0) {
+            return m_error;
+        }
+        std::array<char, 16> text = {};
+        const ssize_t length = ::read(m_fd, text.data(), text.size());
+        if (length < 0) {
+            return -errno;
+        }
+        int value = 0;
+        const char* const end = text.data() + length;
+        const auto [rest, status] = std::from_chars(text.data(), end, value);
+        if (status != std::errc() || (rest != end && *rest != '\n')) {
+            return -EINVAL;
+        }
+        *number = value;
+        return 0;
+    }
+
+private:
+    int m_fd;
+    int m_error;
+};
+
+std::string lineFile(int line, const char* name)
+{
+    return ZELT_GPIO_ROOT "/gpio" + std::to_string(line) + '/' + name;
+}
+
+/// Makes the kernel show a line that it does not show yet; returns whether it had to. A failure is left to the access
+/// that follows, which tells what is wrong with the line itself.
+bool exportIfMissing(int line)
+{
+    struct stat info = {};
+    if (::stat(lineFile(line, "").c_str(), &info) == 0) {
+        return false;
+    }
+    return GpioFile(ZELT_GPIO_ROOT "/export", O_WRONLY).write(std::to_string(line)) == 0;
+}
+
+} // namespace
+
+int LIBGPIO_set_enabled(int line, int on)
+{
+    if (line < 0) {
+        return -EINVAL;
+    }
+    if (exportIfMissing(line)) {
+        // A line comes up as an input; one without a direction of its own needs none set.
+        (void)GpioFile(lineFile(line, "direction"), O_WRONLY).write("out");
+    }
+    return GpioFile(lineFile(line, "value"), O_WRONLY).write(on != 0 ? "1" : "0");
+}
+
+int LIBGPIO_get_enabled(int line, int* value)
+{
+    if (line < 0 || value == nullptr) {
+        return -EINVAL;
+    }
+    exportIfMissing(line);
+    return GpioFile(lineFile(line, "value"), O_RDONLY).read(value);
+}

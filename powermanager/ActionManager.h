@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "PowerZone.h"
+
+#include <QList>
+#include <QObject>
+#include <QString>
+
+class LightManagerProxy;
+class SoundManagerProxy;
+
+/// The power zones: loads them from the zone file, finds the zone for a battery charge and caps the master volume and
+/// the light's intensity at its ceilings.
+///
+/// 1. reload() turns the file into a list of zones and a table with the zone of each whole percent of charge. Where
+///    zones overlap, the narrower one owns the percent.
+/// 2. setBatteryCharge() looks the charge up. Only a change of zone touches the device, and it only ever lowers values.
+///
+/// A charge without a zone leaves the previous zone in force; a reload forgets it. Event-loop thread only.
+class ActionManager : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit ActionManager(QObject* parent);
+
+    /// Sets the zone file and the clients, forgets all zones and loads the file.
+    /// @param sound client for the master volume, not owned; null: volume ceilings are not applied
+    /// @param light client for the light, not owned; null: light ceilings are not applied
+    /// @return the result of reload()
+    [[nodiscard]] bool configure(const QString& filePath, SoundManagerProxy* sound, LightManagerProxy* light);
+
+    /// Replaces the zones by those of the file; no zone is current afterwards. A file that can't be read has no zones.
+    /// @return always true
+    bool reload();
+
+    /// Enters the zone of a charge, if it is another one, and applies its ceilings. Blocks for up to two calls to other
+    /// daemons, each with the bus's default time-out.
+    /// @param charge percent; clamped to 0..100
+    /// @return index of the zone current afterwards, negative for none
+    int setBatteryCharge(int charge);
+
+    /// Index of the zone last applied; negative for none.
+    [[nodiscard]] int currentZone() const;
+
+    /// Name of the zone with that index, or "None" for an index that no zone has.
+    [[nodiscard]] QString zoneName(int index) const;
+
+private:
+    Q_DISABLE_COPY_MOVE(ActionManager)
+
+    void applyVolume(const PowerZone& zone);
+    void applyLight(const PowerZone& zone);
+
+    int m_currentZone = -1;
+    QString m_filePath;
+    SoundManagerProxy* m_sound = nullptr;
+    LightManagerProxy* m_light = nullptr;
+    QList<PowerZone> m_zones; ///< narrowest first
+    QList<int> m_chargeTable; ///< zone index for each percent from 0 to 100, -1 for none
+};

@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+
+/// The device's fixed files, all below the build's ZELT_ROOT. Compiled as a library of its own, so that a program that
+/// links the daemon's classes can choose another root.
+namespace paths {
+
+/// The power zones, in INI form.
+[[nodiscard]] QString zoneFile();
+
+} // namespace paths

@@ -1,0 +1,136 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "ZeltFeatureBase.h"
+
+#include <QList>
+#include <QString>
+
+class ActionManager;
+class ConfigProxy;
+class FreqProxy;
+class LightManagerProxy;
+class MicManagerProxy;
+class PhoneManagerProxy;
+class PhotoManagerProxy;
+class RGBManagerProxy;
+class SoundManagerProxy;
+class StatusManagerProxy;
+class UpdateProxy;
+
+/// The daemon's service object: owns the clients of the other daemons and the helper objects, and decides what happens
+/// to the device's power.
+///
+/// Constructed, then init() once, then served: by the adaptor's methods, by the signals of other daemons and by the
+/// helpers' signals, one at a time on the event-loop thread. Power actions block that thread for their whole length, on
+/// purpose; whatever arrives meanwhile is served afterwards, in order.
+///
+/// The public slots are the operations of the D-Bus interface; their statuses are 0 for done and negative otherwise.
+class PowerManager : public ZeltFeatureBase
+{
+    Q_OBJECT
+
+public:
+    /// @param objectPath D-Bus object path at which the object will be served
+    explicit PowerManager(const char* objectPath);
+    ~PowerManager() override;
+
+    /// Creates clients and helpers and connects them; other daemons need not be there. Blocks for a few calls to other
+    /// daemons, each with the bus's default time-out.
+    /// @return whether the daemon may register itself on the bus; why not is logged
+    [[nodiscard]] bool init();
+
+    void featureStarted() override;
+    void featureStopped() override;
+    void featurePaused() override;
+    void featureResumed() override;
+
+Q_SIGNALS:
+    /// A power action begins. Names: "reboot", "shutdown", "suspend".
+    void PowerEvent(const QString& EventName, const QString& EventReason);
+    /// Another power zone is in force; "None" for no zone.
+    void PowerZoneChanged(const QString& zoneName);
+    void AutoscalingEnabled(bool enabled);
+    void ActionsEnabled(bool enabled);
+    void SleepEnabled(bool enabled);
+
+public Q_SLOTS:
+    /// Restarts the device. Until power actions are built: logs "Reboot not available", returns -50.
+    int Reboot(const QString& Reason);
+
+    /// Powers the device off. Until power actions are built: logs "Shutdown not available", returns -51.
+    int Shutdown(const QString& Reason);
+
+    /// Puts the device to standby until a local time. Until power actions are built: logs, returns -52.
+    int Suspend(const QString& Time);
+
+    /// Sets the CPU frequency in MHz. Until frequency scaling is built: logs "SetFreq not available", returns -52.
+    int SetFreq(int freq);
+
+    /// Switches on or off that the CPU frequency follows load and media events; leaves the frequency itself alone.
+    /// @return 0
+    int SetAutoscalingEnabled(bool enable);
+
+    /// Switches the application of power zones on or off. Switching on applies the zone of the present charge at once;
+    /// where the status service does not tell the charge, it counts as 0. Switching off leaves volume and light as they
+    /// are. @return 0
+    int SetActionsEnabled(bool enable);
+
+    /// Sets the daily sleep window. Until the sleep window is built: logs "SetSleepEnabled not available", returns -1.
+    int SetSleepEnabled(bool Enabled, const QString& StartTime, const QString& EndTime);
+
+    /// @return 0
+    int IsAutoscalingEnabled(bool& enabled);
+
+    /// @return 0
+    int IsActionsEnabled(bool& enabled);
+
+    /// Tells the sleep window. Until it is built: logs "IsSleepEnabled not available", returns -1.
+    int IsSleepEnabled(bool& enabled, QString& start, QString& end);
+
+    /// Name of the power zone in force; empty for none. @return 0
+    int CurrentPowerZone(QString& zone);
+
+private Q_SLOTS:
+    /// Media work starts: top frequency, if autoscaling is on.
+    void setMaxFreq();
+
+    /// A file update ended. Status 0 and type 12, the configuration files: reloads the power zones and, if power
+    /// actions are on, applies the zone of the present charge. Anything else is ignored.
+    void loadActions(int status, int type);
+
+    /// A status broadcast: enters the zone of the battery's charge (CBATT) if power actions are on. The other values
+    /// are not used.
+    void receiveSystemStatus(const QString& DateTime, bool GpsOnline, bool GpsEnabled, int SatellitesVisible,
+                             int SatellitesUsed, int FixMode, const QString& FixTime, double Latitude, double Longitude,
+                             double Altitude, bool Presence, bool Tilt, int VPANEL, int VAUX, int IPANEL_AUX,
+                             int WPANEL_AUX, int VPOE, int IPOE, int ICHARGER, int WCHARGER, int VBATT, int IBATT,
+                             int WBATT, int EBATT, int IRAIL, int WRAIL, int IAMPLI1, int WAMPLI1, int IAMPLI2,
+                             int WAMPLI2, int TBATT, int TBOARD, int S1, int S2, int CHARGE_OFF, int APP_ON, int V36APP,
+                             int V36GSM, int V5US, int CBATT, int ELIFELONG, int ELIFESHORT, bool VBatteryOk,
+                             bool IChargerOk, const QString& fwVer, const QString& SipRegisterStatus,
+                             const QString& SipRegisterMsg, const QString& SipCallStatus, const QString& SipCallUri,
+                             const QString& SipCallMsg);
+
+private:
+    Q_DISABLE_COPY_MOVE(PowerManager)
+
+    bool m_autoscaling = false;
+    bool m_actionsEnabled = false;
+    QList<int> m_freqTable;    ///< the CPU frequencies in MHz that may be set, lowest first
+    int m_reservedCounter = 0; ///< kept, not used
+
+    // Children of this object, created by init().
+    ActionManager* m_actionManager = nullptr;
+    FreqProxy* m_freq = nullptr;
+    SoundManagerProxy* m_sound = nullptr;
+    LightManagerProxy* m_light = nullptr;
+    PhotoManagerProxy* m_photo = nullptr;
+    MicManagerProxy* m_mic = nullptr;
+    ConfigProxy* m_config = nullptr;
+    UpdateProxy* m_update = nullptr;
+    StatusManagerProxy* m_status = nullptr;
+    RGBManagerProxy* m_rgb = nullptr;
+    PhoneManagerProxy* m_phone = nullptr;
+};

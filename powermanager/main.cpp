@@ -1,0 +1,103 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "Log.h"
+#include "PowerManager.h"
+#include "PowerManagerAdaptor.h"
+#include "SessionBusWatch.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QSocketNotifier>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace {
+
+/// Lives until the process exits.
+QCoreApplication* application = nullptr;
+
+/// Readable once a termination signal came. Never read, so that neither a signal that comes before the event loop runs
+/// nor a nested loop can lose the request.
+int terminationEvent = -1;
+
+/// Runs in signal context: does nothing but make the descriptor readable.
+void handleTermination(int signalNumber)
+{
+    if (signalNumber != SIGINT && signalNumber != SIGTERM) {
+        return;
+    }
+    const int savedErrno = errno;
+    const std::uint64_t one = 1;
+    const ssize_t written = write(terminationEvent, &one, sizeof one);
+    static_cast<void>(written); // a full counter is readable, which is all that matters
+    errno = savedErrno;
+}
+
+bool installTerminationHandler(int signalNumber)
+{
+    if (terminationEvent < 0) {
+        return false;
+    }
+    struct sigaction action = {};
+    action.sa_handler = handleTermination;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    return sigaction(signalNumber, &action, nullptr) == 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    application = new QCoreApplication(argc, argv);
+    _logInterface = new LogInterface(QString::fromLatin1(kLogObjectPath));
+
+    terminationEvent = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (!installTerminationHandler(SIGINT)) {
+        POWER_LOG(LogLevel::Warning, "Can't catch SIGINT");
+    }
+    if (!installTerminationHandler(SIGTERM)) {
+        POWER_LOG(LogLevel::Warning, "Can't catch SIGTERM");
+    }
+    QSocketNotifier terminationNotifier(terminationEvent, QSocketNotifier::Read);
+    QObject::connect(&terminationNotifier, &QSocketNotifier::activated, application, [] { application->exit(0); });
+
+    // The one line under the logging client's own path.
+    COMMON_LOG(LogLevel::Info, kLogObjectPath, "Starting Power Manager...");
+
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        POWER_LOG(LogLevel::Error, "DBUS: Can't connect to dbus session. Exiting... ");
+        return -1;
+    }
+    const SessionBusWatch busWatch(bus);
+
+    // Left alone where start-up fails: the process is about to end, and its clients with it.
+    auto* powerManager = new PowerManager(kObjectPath);
+    if (!powerManager->init()) {
+        POWER_LOG(LogLevel::Error, "Powermanager init failed");
+        return -1;
+    }
+    auto* adaptor = new PowerManagerAdaptor(powerManager);
+    if (!bus.registerService(QString::fromLatin1(kServiceName))) {
+        POWER_LOG(LogLevel::Error, "DBUS: Can't register service on session bus [%s]", kServiceName);
+        return -1;
+    }
+    if (!bus.registerObject(QString::fromLatin1(kObjectPath), powerManager, QDBusConnection::ExportAdaptors)) {
+        POWER_LOG(LogLevel::Error, "DBUS: Can't register object on session bus [%s]", kObjectPath);
+        return -1;
+    }
+
+    // 0 after a termination signal, -1 once the bus is gone.
+    const int status = application->exec();
+
+    delete adaptor;
+    delete powerManager;
+    POWER_LOG(LogLevel::Info, "Succesfully terminated");
+    return status;
+}
