@@ -1,0 +1,85 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <optional>
+
+class Catalogue;
+
+/// A word of a line of the command language.
+struct Token
+{
+    QString text;
+    bool isQuoted = false; ///< a quoted word is never a keyword
+};
+
+/// What is wrong with a line.
+struct LineError
+{
+    QString found;
+    QString expected;
+    qsizetype position = 0; ///< index of the token at fault
+
+    /// 'found "x", expected y'
+    [[nodiscard]] QString toString() const;
+};
+
+/// Splits a line into tokens at blanks. A text in double quotes is one token, with the escapes \n \t \" and \\; a "#"
+/// at the start of a token begins a comment.
+/// @return the tokens; on failure none, and *error says why
+[[nodiscard]] QList<Token> tokenize(const QString& line, std::optional<LineError>* error);
+
+/// The form of a command, compiled from its synopsis. One element after the other, separated by single blanks:
+///
+///     word               this word
+///     <name>             any text
+///     <name:int:0:100>   a whole number of the range
+///     <name:number:0:9>  a number of the range
+///     <name:on|off>      one of these words
+///     <name:service>     a service of the catalogue
+///     <name:method>      a method of it, "service.Method"; signal, member: likewise
+///     <name:operation>   a method of the power daemon
+///     <name...>          all words up to the next keyword of the pattern
+///     [ ... ]            may be left out as a whole
+class CommandPattern
+{
+public:
+    CommandPattern(const char* pattern); // NOLINT(google-explicit-constructor): tables of commands hold literals
+
+    /// Matches a line. @return the values by name: bool (on|off), int, double, QString or QStringList (a rest)
+    [[nodiscard]] std::optional<QVariantMap> match(const QList<Token>& tokens, const Catalogue& catalogue,
+                                                   LineError* error) const;
+
+    /// Whether the pattern begins with these words.
+    [[nodiscard]] bool startsWith(const QStringList& words) const;
+
+    /// The form for people, e.g. "charge PERCENT [over SECONDS]".
+    [[nodiscard]] QString synopsis() const;
+
+private:
+    enum class Kind
+    {
+        Word,
+        Value,
+        Rest,
+        OptionalBegin,
+        OptionalEnd,
+    };
+    struct Element
+    {
+        Kind kind = Kind::Word;
+        QString name;     ///< the word itself, or the value's name
+        QStringList type; ///< of a value: its type and the type's parameters
+    };
+
+    [[nodiscard]] static Element parseElement(const QString& text);
+    [[nodiscard]] qsizetype skipOptional(qsizetype at) const;
+    [[nodiscard]] QString keywordAfter(qsizetype at) const;
+
+    QList<Element> m_elements;
+};

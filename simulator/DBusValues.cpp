@@ -1,0 +1,104 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "DBusValues.h"
+
+#include <QMetaType>
+
+#include <algorithm>
+
+namespace {
+
+struct BasicType
+{
+    char code;          ///< D-Bus type code
+    QMetaType::Type id; ///< Qt's type for it
+    const char* name;   ///< for people
+};
+
+constexpr BasicType kBasicTypes[] = {
+    {'b', QMetaType::Bool, "true or false"},
+    {'y', QMetaType::UChar, "a whole number from 0 to 255"},
+    {'n', QMetaType::Short, "a whole number of 16 bits"},
+    {'q', QMetaType::UShort, "a positive whole number of 16 bits"},
+    {'i', QMetaType::Int, "a whole number"},
+    {'u', QMetaType::UInt, "a positive whole number"},
+    {'x', QMetaType::LongLong, "a whole number"},
+    {'t', QMetaType::ULongLong, "a positive whole number"},
+    {'d', QMetaType::Double, "a number"},
+    {'s', QMetaType::QString, "a text"},
+};
+
+const BasicType& basicType(const QString& type)
+{
+    const auto* found = std::find_if(std::begin(kBasicTypes), std::end(kBasicTypes), [&type](const BasicType& basic) {
+        return type.size() == 1 && type.front() == QLatin1Char(basic.code);
+    });
+    Q_ASSERT_X(found != std::end(kBasicTypes), "basicType", "the catalogue's interfaces use basic types only");
+    return *found;
+}
+
+} // namespace
+
+namespace dbusvalues {
+
+QVariant zero(const QString& type)
+{
+    return QVariant(QMetaType(basicType(type).id));
+}
+
+QVariant convert(const QVariant& value, const QString& type)
+{
+    const BasicType& basic = basicType(type);
+    QVariant converted = value;
+    // Qt takes any text but "false" and "0" for true.
+    if (basic.id == QMetaType::Bool && value.typeId() == QMetaType::QString) {
+        const QString text = value.toString();
+        if (text != u"true" && text != u"false") {
+            return {};
+        }
+    }
+    if (!converted.convert(QMetaType(basic.id))) {
+        return {};
+    }
+    // A number that was cut to fit is not the number that was given.
+    if (value.typeId() == QMetaType::QString && basic.id != QMetaType::QString && basic.id != QMetaType::Bool &&
+        converted.toDouble() != value.toDouble()) {
+        return {};
+    }
+    return converted;
+}
+
+QString typeName(const QString& type)
+{
+    return QString::fromLatin1(basicType(type).name);
+}
+
+QVariantList fill(const QList<ArgumentDescription>& arguments, const QVariantMap& values)
+{
+    QVariantList filled;
+    for (const ArgumentDescription& argument : arguments) {
+        const QString key = argument.name.isEmpty() ? QString::number(filled.size()) : argument.name;
+        const QVariant value = convert(values.value(key), argument.type);
+        filled.append(value.isValid() ? value : zero(argument.type));
+    }
+    return filled;
+}
+
+QString toText(const QVariant& value)
+{
+    if (value.typeId() == QMetaType::UChar) {
+        return QString::number(value.toUInt());
+    }
+    return value.toString();
+}
+
+QStringList toTexts(const QVariantList& values)
+{
+    QStringList texts;
+    for (const QVariant& value : values) {
+        texts.append(toText(value));
+    }
+    return texts;
+}
+
+} // namespace dbusvalues

@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "InterfaceDescription.h"
+#include "Timeline.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+#include <QHash>
+
+struct Device;
+
+/// A defect of one method or signal, shown on every use until it is repaired.
+struct Fault
+{
+    enum class Kind
+    {
+        None,
+        Error,  ///< an error reply
+        Status, ///< a status other than 0, values as usual
+        Few,    ///< the last value is missing
+        Many,   ///< a text too many
+        Types,  ///< every value of another type
+        Mute,   ///< no reply, ever
+        Late,   ///< the right reply, late
+        Dies,   ///< the service leaves the bus before it replies
+    };
+
+    Kind kind = Kind::None;
+    int status = 0;    ///< Status: the status
+    int delayMs = 0;   ///< Late: the delay
+    QString errorText; ///< Error: the error's message
+};
+
+/// One service of the device on the session bus, on a connection of its own, so that it can leave the bus as a process
+/// does. Its interface comes from the description; what a method does and answers, from the device.
+class SimulatedService : public QDBusVirtualObject
+{
+    Q_OBJECT
+
+public:
+    SimulatedService(const InterfaceDescription& description, Device& device, Timeline& timeline,
+                     QObject* parent = nullptr);
+    ~SimulatedService() override;
+
+    /// Joins the bus. @return whether it could; *error says why not
+    [[nodiscard]] bool start(QString* error);
+    /// Leaves the bus at once, as a process that dies. Nothing happens where it is not on it.
+    void stop();
+    [[nodiscard]] bool isRunning() const;
+
+    /// Sets or, with Fault::Kind::None, repairs the fault of a method or signal.
+    void setFault(const QString& member, const Fault& fault);
+    void repairAll();
+
+    /// Sends a signal of the interface; to nobody while the service is not on the bus.
+    void send(const MemberDescription& signal, const QVariantList& values);
+
+    [[nodiscard]] QString introspect(const QString& path) const override;
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
+
+Q_SIGNALS:
+    /// A method was carried out and is in the timeline; its reply follows when all receivers have run.
+    void called(const QString& method);
+
+private:
+    [[nodiscard]] QString memberName(const QString& member) const;
+    void answer(const QDBusMessage& call, const QVariantList& values, const Fault& fault);
+
+    const InterfaceDescription& m_description;
+    Device& m_device;
+    Timeline& m_timeline;
+    QString m_connectionName; ///< empty while not on the bus
+    QHash<QString, Fault> m_faults;
+    QHash<QString, QVariantList> m_lastValues; ///< of each signal, to show what changed
+};

@@ -1,0 +1,159 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "Simulator.h"
+
+#include "DBusValues.h"
+
+#include <QDBusError>
+#include <QDBusPendingCallWatcher>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// A power action blocks the power daemon for 7.5 s and the replies it waits for; a suspend lasts as long as it lasts.
+constexpr int kDaemonCallTimeoutMs = 600'000;
+
+} // namespace
+
+Simulator::Simulator(Timeline& timeline, QObject* parent)
+    : QObject(parent),
+      m_timeline(timeline),
+      m_observerName(u"observer-"_s + QString::number(reinterpret_cast<quintptr>(this), 16))
+{
+    for (const InterfaceDescription& description : m_catalogue.services()) {
+        auto* simulated = new SimulatedService(description, m_device, m_timeline, this);
+        connect(simulated, &SimulatedService::called, this, &Simulator::sendNotifications);
+        m_services.insert(description.service, simulated);
+    }
+}
+
+Simulator::~Simulator()
+{
+    QDBusConnection::disconnectFromBus(m_observerName);
+}
+
+bool Simulator::start(const QStringList& without, QString* error)
+{
+    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, m_observerName);
+    if (!bus.isConnected()) {
+        *error = u"no session bus: "_s + bus.lastError().message();
+        return false;
+    }
+    const InterfaceDescription& daemon = m_catalogue.powerDaemon();
+    m_daemonWatcher.setConnection(bus);
+    m_daemonWatcher.addWatchedService(daemon.busName);
+    connect(&m_daemonWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &Simulator::onPowerDaemonOwnerChanged);
+    for (const MemberDescription& signal : daemon.signalList) {
+        if (!bus.connect(daemon.busName, daemon.objectPath, daemon.interfaceName, signal.name, this,
+                         SLOT(onPowerDaemonSignal(QDBusMessage)))) {
+            *error = u"can't observe "_s + signal.name + u" of the power daemon"_s;
+            return false;
+        }
+    }
+    for (const InterfaceDescription& description : m_catalogue.services()) {
+        if (!without.contains(description.service) && !m_services.value(description.service)->start(error)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+const Catalogue& Simulator::catalogue() const
+{
+    return m_catalogue;
+}
+
+Device& Simulator::device()
+{
+    return m_device;
+}
+
+Timeline& Simulator::timeline()
+{
+    return m_timeline;
+}
+
+SimulatedService* Simulator::service(const QString& name)
+{
+    return m_services.value(name);
+}
+
+void Simulator::setFault(const QString& member, const Fault& fault)
+{
+    m_services.value(member.section(u'.', 0, 0))->setFault(member.section(u'.', 1), fault);
+}
+
+void Simulator::repairAll()
+{
+    for (SimulatedService* simulated : std::as_const(m_services)) {
+        simulated->repairAll();
+    }
+}
+
+void Simulator::sendNotifications()
+{
+    const QList<Device::Notification> notifications = std::exchange(m_device.notifications, {});
+    for (const Device::Notification& notification : notifications) {
+        send(notification);
+    }
+}
+
+void Simulator::send(const Device::Notification& notification)
+{
+    sendValues(notification.signal, dbusvalues::fill(findSignal(notification.signal)->out, notification.values));
+}
+
+void Simulator::sendValues(const QString& signal, const QVariantList& values)
+{
+    m_services.value(signal.section(u'.', 0, 0))->send(*findSignal(signal), values);
+}
+
+const MemberDescription* Simulator::findSignal(const QString& name) const
+{
+    return m_catalogue.findService(name.section(u'.', 0, 0))->findSignal(name.section(u'.', 1));
+}
+
+void Simulator::broadcastStatus()
+{
+    send({u"statusmanager.SystemStatus"_s, m_device.status()});
+}
+
+void Simulator::callPowerDaemon(const MemberDescription& method, const QVariantList& arguments)
+{
+    const InterfaceDescription& daemon = m_catalogue.powerDaemon();
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(daemon.busName, daemon.objectPath, daemon.interfaceName, method.name);
+    call.setArguments(arguments);
+    const QString name = daemon.service + u'.' + method.name;
+    m_timeline.add(Timeline::Kind::Request, name, dbusvalues::toTexts(arguments));
+    auto* watcher =
+        new QDBusPendingCallWatcher(QDBusConnection(m_observerName).asyncCall(call, kDaemonCallTimeoutMs), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, name, watcher] { onAnswer(name, watcher); });
+}
+
+void Simulator::onAnswer(const QString& method, QDBusPendingCallWatcher* watcher)
+{
+    const QStringList answer = watcher->isError()
+                                   ? QStringList{u"error"_s, watcher->error().name(), watcher->error().message()}
+                                   : dbusvalues::toTexts(watcher->reply().arguments());
+    m_timeline.add(Timeline::Kind::Answer, method, answer);
+    watcher->deleteLater();
+}
+
+void Simulator::onPowerDaemonOwnerChanged(const QString&, const QString& oldOwner, const QString& newOwner)
+{
+    if (!oldOwner.isEmpty()) {
+        m_timeline.add(Timeline::Kind::Process, u"down"_s);
+    }
+    if (!newOwner.isEmpty()) {
+        m_timeline.add(Timeline::Kind::Process, u"up"_s);
+        Q_EMIT powerDaemonUp();
+    }
+}
+
+void Simulator::onPowerDaemonSignal(const QDBusMessage& message)
+{
+    m_timeline.add(Timeline::Kind::Signal, m_catalogue.powerDaemon().service + u'.' + message.member(),
+                   dbusvalues::toTexts(message.arguments()));
+}

@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Device.h"
+#include "InterfaceDescription.h"
+#include "SimulatedService.h"
+#include "Timeline.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusServiceWatcher>
+#include <QHash>
+#include <QObject>
+
+class QDBusPendingCallWatcher;
+
+/// The device around the power daemon: its state, its services on the session bus, and an observer of the power
+/// daemon's own interface. Everything that happens is written to the timeline.
+///
+/// Lives on one thread with an event loop, which need not be the program's main thread.
+class Simulator : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// @param timeline where everything is written; must outlive the simulator
+    explicit Simulator(Timeline& timeline, QObject* parent = nullptr);
+    ~Simulator() override;
+
+    /// Puts all services but the named ones on the bus and begins to observe the power daemon.
+    /// @return whether that went well; *error says what did not
+    [[nodiscard]] bool start(const QStringList& without, QString* error);
+
+    [[nodiscard]] const Catalogue& catalogue() const;
+    [[nodiscard]] Device& device();
+    [[nodiscard]] Timeline& timeline();
+
+    /// A service of the catalogue by its short name; null where there is none.
+    [[nodiscard]] SimulatedService* service(const QString& name);
+
+    /// Sets the fault of a member, "service.Member" of the catalogue.
+    void setFault(const QString& member, const Fault& fault);
+    /// Repairs every member of every service.
+    void repairAll();
+
+    /// Sends what the device has to tell.
+    void sendNotifications();
+    /// Sends a signal of a service, with its values by name.
+    void send(const Device::Notification& notification);
+    /// Sends a signal of a service, with all its values in order.
+    void sendValues(const QString& signal, const QVariantList& values);
+    /// A signal of the catalogue by its full name, "service.Signal", of a service that exists; null where it has none.
+    [[nodiscard]] const MemberDescription* findSignal(const QString& name) const;
+    /// Sends the status broadcast of the present state.
+    void broadcastStatus();
+
+    /// Calls a method of the power daemon; request and answer go to the timeline, this function does not wait.
+    void callPowerDaemon(const MemberDescription& method, const QVariantList& arguments);
+
+Q_SIGNALS:
+    /// The power daemon took its name on the bus.
+    void powerDaemonUp();
+
+private Q_SLOTS:
+    void onPowerDaemonOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
+    void onPowerDaemonSignal(const QDBusMessage& message);
+
+private:
+    void onAnswer(const QString& method, QDBusPendingCallWatcher* watcher);
+
+    Timeline& m_timeline;
+    Catalogue m_catalogue;
+    Device m_device;
+    QHash<QString, SimulatedService*> m_services; ///< by short name; children
+    QString m_observerName;                       ///< of the observer's own bus connection
+    QDBusServiceWatcher m_daemonWatcher;
+};

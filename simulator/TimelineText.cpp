@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "TimelineText.h"
+
+#include <QRegularExpression>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// "[PowerManager.cpp:80] int PowerManager::init()" becomes "PowerManager::init".
+QString functionName(const QString& place)
+{
+    static const QRegularExpression name(u"([\\w:~]+)\\("_s);
+    return name.match(place, place.indexOf(u']')).captured(1);
+}
+
+} // namespace
+
+QString TimelineText::format(const Timeline::Entry& entry) const
+{
+    QString label;
+    QString text = entry.toString().section(u' ', 1);
+    switch (entry.kind) {
+    case Timeline::Kind::Command:
+        label = u">"_s;
+        break;
+    case Timeline::Kind::Call:
+        label = u"call"_s;
+        text += entry.result.isEmpty() ? QString() : u" -> "_s + entry.result;
+        break;
+    case Timeline::Kind::Answer:
+        label = u"answer"_s;
+        text = entry.name + u" -> "_s + entry.arguments.join(u", "_s);
+        break;
+    case Timeline::Kind::Log:
+        if (entry.level > maxLogLevel) {
+            return {};
+        }
+        label = u"log "_s + QString::number(entry.level);
+        text = (showFullPlace ? entry.place : functionName(entry.place)) + u": "_s + entry.name;
+        break;
+    case Timeline::Kind::Process:
+        label = u"daemon"_s;
+        break;
+    default:
+        label = entry.toString().section(u' ', 0, 0);
+    }
+    return u"%1  %2  %3"_s.arg(static_cast<double>(entry.msec) / 1000, 8, 'f', 3).arg(label, -7).arg(text);
+}
