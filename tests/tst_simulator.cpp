@@ -1,0 +1,243 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "RecordingPlatform.h"
+#include "SimulatedDevice.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QDBusMessage callLight(const QString& method, const QVariantList& arguments = {}, int timeoutMs = 200)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(u"com.quillmark.zelt.lightmanager"_s,
+                                                          u"/com/quillmark/zelt/lightmanager/lightobj"_s,
+                                                          u"com.quillmark.zelt.lightinterface"_s, method);
+    message.setArguments(arguments);
+    return QDBusConnection::sessionBus().call(message, QDBus::Block, timeoutMs);
+}
+
+/// A run of the program.
+struct Run
+{
+    int status = -1;
+    QString output; ///< both channels
+};
+
+Run runProgram(const QStringList& arguments, const QByteArray& input = {})
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QStringLiteral(SIMULATOR_PROGRAM), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    process.waitForFinished(10'000);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromLocal8Bit(process.readAll())};
+}
+
+} // namespace
+
+/// The simulated device: its language, its faults, its program.
+class TstSimulator : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        QTest::failOnWarning(QRegularExpression(u".*"_s));
+        timeline().clear();
+    }
+
+    void wrongLines_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("unknown command") << u"chrage 35"_s
+                                         << u"found \"chrage\", expected a command (\"help\" lists them)"_s;
+        QTest::newRow("no number") << u"charge full"_s
+                                   << u"found \"full\", expected a whole number from 0 to 100 for PERCENT"_s;
+        QTest::newRow("out of range") << u"charge 101"_s
+                                      << u"found \"101\", expected a whole number from 0 to 100 for PERCENT"_s;
+        QTest::newRow("missing value") << u"wait"_s
+                                       << u"found the end of the line, expected a number from 0 to 86400 for SECONDS"_s;
+        QTest::newRow("too much") << u"repair all now"_s << u"found \"now\", expected the end of the line"_s;
+        QTest::newRow("not a number's name")
+            << u"wait nan"_s << u"found \"nan\", expected a number from 0 to 86400 for SECONDS"_s;
+        QTest::newRow("unknown method")
+            << u"fail soundmanager.Sing error"_s
+            << u"found \"soundmanager.Sing\", expected a member of soundmanager (methods: GetStatus, SetMasterVolume; "
+               "signals: PlayRequested, PlayingFile, PlayingPlaylist) for MEMBER"_s;
+        QTest::newRow("open quotation") << u"note \"half"_s
+                                        << u"found the end of the line, expected a closing quotation mark"_s;
+        QTest::newRow("keyword in quotation marks")
+            << u"charge 5 \"over\" 3"_s << u"found \"over\", expected the end of the line"_s;
+    }
+
+    void wrongLines()
+    {
+        QFETCH(QString, line);
+        QFETCH(QString, error);
+        SimulatedDevice device(timeline());
+
+        QCOMPARE(device.run(u"# a remark\n\n"_s + line), u"test:3: \"%1\": %2"_s.arg(line, error));
+        QCOMPARE(timeline().size(), 0); // none of the lines was carried out
+    }
+
+    void wrongValuesForAMember()
+    {
+        SimulatedDevice device(timeline());
+        QCOMPARE(
+            device.run(u"send gpeventmanager.GpEvent seek- perhaps"_s),
+            u"test:1: \"send gpeventmanager.GpEvent seek- perhaps\": found \"perhaps\", expected true or false for "
+            "Value"_s);
+        QCOMPARE(device.run(u"call SetFreq 3000000000"_s),
+                 u"test:1: \"call SetFreq 3000000000\": found \"3000000000\", expected a whole number for freq"_s);
+        QCOMPARE(device.run(u"send lightmanager.LedSwitch"_s),
+                 u"test:1: \"send lightmanager.LedSwitch\": found nothing, expected true or false for argument 1"_s);
+    }
+
+    void signalsHaveNoReplyToFail()
+    {
+        SimulatedDevice device(timeline());
+        QCOMPARE(device.run(u"fail lightmanager.LedSwitch mute"_s),
+                 u"test:1: \"fail lightmanager.LedSwitch mute\": found the signal lightmanager.LedSwitch, expected a "
+                 "method: a signal is not answered"_s);
+    }
+
+    void expectationsTakeEachEntryOnce()
+    {
+        SimulatedDevice device(timeline());
+        QCOMPARE(device.run(u"event seek- on\nexpect signal gpeventmanager.GpEvent seek- true\n"
+                            "expect no signal gpeventmanager.GpEvent"_s),
+                 QString());
+        QCOMPARE(device.run(u"event seek- on\nexpect signal gpeventmanager.GpEvent\n"
+                            "expect signal gpeventmanager.GpEvent within 0.05\nevent never on"_s),
+                 u"test:3: \"expect signal gpeventmanager.GpEvent within 0.05\": expected signal "
+                 "gpeventmanager.GpEvent within 0.05 s"_s);
+        QCOMPARE(device.run(u"expect no signal gpeventmanager.GpEvent"_s), QString()); // taken; "never" was dropped
+        QCOMPARE(device.run(u"event seek- on\nwait 0\nexpect no signal gpeventmanager.GpEvent"_s),
+                 u"test:3: \"expect no signal gpeventmanager.GpEvent\": expected no signal gpeventmanager.GpEvent, but "
+                 "there was signal gpeventmanager.GpEvent(seek-, true)"_s);
+    }
+
+    void faultsOnTheBus_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<QString>("signature");
+        QTest::addColumn<QString>("error");
+        const QString noReply = u"org.freedesktop.DBus.Error.NoReply"_s;
+        QTest::newRow("none") << u"repair all"_s << u"iu"_s << QString();
+        QTest::newRow("error") << u"fail lightmanager.GetIntensity error"_s << u"s"_s
+                               << u"com.quillmark.zelt.Error.Failed"_s;
+        QTest::newRow("few") << u"fail lightmanager.GetIntensity few"_s << u"i"_s << QString();
+        QTest::newRow("many") << u"fail lightmanager.GetIntensity many"_s << u"ius"_s << QString();
+        QTest::newRow("types") << u"fail lightmanager.GetIntensity types"_s << u"ss"_s << QString();
+        QTest::newRow("late") << u"fail lightmanager.GetIntensity late 0.05"_s << u"iu"_s << QString();
+        QTest::newRow("mute") << u"fail lightmanager.GetIntensity mute"_s << u"s"_s << noReply;
+        QTest::newRow("dies") << u"fail lightmanager.GetIntensity dies"_s << u"s"_s << noReply;
+        QTest::newRow("stopped") << u"stop lightmanager"_s << u"s"_s << u"org.freedesktop.DBus.Error.ServiceUnknown"_s;
+        QTest::newRow("restarted") << u"restart lightmanager"_s << u"iu"_s << QString();
+    }
+
+    void faultsOnTheBus()
+    {
+        QFETCH(QString, fault);
+        SimulatedDevice device(timeline());
+        QCOMPARE(device.run(fault), QString());
+
+        const QDBusMessage reply = callLight(u"GetIntensity"_s);
+
+        QTEST(reply.errorName(), "error");
+        QTEST(reply.signature(), "signature");
+        QCOMPARE(device.run(u"repair all\nstart lightmanager"_s), QString());
+        QCOMPARE(callLight(u"GetIntensity"_s).arguments(), (QVariantList{0, 100U}));
+    }
+
+    void servicesRefuseWhatIsNotDescribed()
+    {
+        SimulatedDevice device(timeline());
+        QCOMPARE(callLight(u"SetIntensity"_s, {5}).errorName(), u"org.freedesktop.DBus.Error.InvalidArgs"_s);
+        QCOMPARE(callLight(u"Glow"_s).errorName(), u"org.freedesktop.DBus.Error.UnknownMethod"_s);
+        QCOMPARE(callLight(u"SetIntensity"_s, {5U}).arguments(), QVariantList{0});
+        QCOMPARE(device.run(u"expect light 5"_s), QString());
+    }
+
+    void shippedScenariosAreRight()
+    {
+        SimulatedDevice device(timeline());
+        const QDir folder(QStringLiteral(SCENARIO_FOLDER));
+        const QStringList names = folder.entryList({u"*.scenario"_s});
+        QVERIFY(names.contains(u"battery-day.scenario"_s));
+        for (const QString& name : names) {
+            QFile file(folder.filePath(name));
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QString error;
+            device.invoke([&file, &error, &name](Simulator& simulator) {
+                ScenarioRunner runner(simulator, nullptr);
+                (void)runner.load(QString::fromUtf8(file.readAll()), name, 1, &error); // checked by its message
+            });
+            QCOMPARE(error, QString());
+        }
+    }
+
+    void program_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QByteArray>("input");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("output");
+        const QStringList none;
+        QTest::newRow("done") << none << QByteArray("charge 5\nexpect signal statusmanager.SystemStatus") << 0
+                              << u">        charge 5"_s;
+        QTest::newRow("expectation fails") << none << QByteArray("expect volume 7 within 0.01\ncharge 5\n") << 1
+                                           << u"standard input:1: \"expect volume 7 within 0.01\": expected volume 7"_s;
+        QTest::newRow("wrong line") << none << QByteArray("charge 5\nchrage 5\n") << 2
+                                    << u"standard input:2: \"chrage 5\": found \"chrage\""_s;
+        QTest::newRow("no such file") << QStringList{u"/nowhere.scenario"_s} << QByteArray() << 2
+                                      << u"/nowhere.scenario: No such file"_s;
+        QTest::newRow("wrong option") << QStringList{u"--quick"_s} << QByteArray() << 2 << u"--help"_s;
+        QTest::newRow("wrong service") << QStringList{u"--without"_s, u"radio"_s} << QByteArray() << 2
+                                       << u"found \"radio\", expected one of configmanager, eventmanager"_s;
+        QTest::newRow("wrong level") << QStringList{u"--level"_s, u"high"_s} << QByteArray() << 2
+                                     << u"found \"high\", expected a log level"_s;
+        QTest::newRow("no such daemon") << QStringList{u"--run"_s, u"/nowhere"_s} << QByteArray() << 3
+                                        << u"can't start /nowhere"_s;
+        QTest::newRow("daemon ends on its own")
+            << QStringList{u"--run"_s, u"/bin/false"_s} << QByteArray() << 1 << u"ended on its own, with status 1"_s;
+        QTest::newRow("help") << none << QByteArray("help expect log\n") << 0 << u"expect log TEXT [within WITHIN]"_s;
+    }
+
+    void program()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QByteArray, input);
+        QFETCH(QString, output);
+
+        const Run run = runProgram(arguments, input);
+
+        QVERIFY2(run.output.contains(output), qPrintable(run.output));
+        QTEST(run.status, "status");
+    }
+
+    void programSaysThatANameIsTaken()
+    {
+        const SimulatedDevice device(timeline());
+
+        const Run run = runProgram({});
+
+        QCOMPARE(run.status, 3);
+        QVERIFY2(run.output.contains(u"is another configmanager on this bus?"), qPrintable(run.output));
+    }
+};
+
+QTEST_GUILESS_MAIN(TstSimulator)
+#include "tst_simulator.moc"
