@@ -108,55 +108,58 @@ int ActionManager::setBatteryCharge(int charge)
     }
     m_currentZone = index;
     const PowerZone zone = m_zones.at(index);
-    POWER_LOG(LogLevel::Info, "Setting zone %s params", qPrintable(zone.name));
+    const QByteArray name = zone.name.toLocal8Bit();
+    POWER_LOG(LogLevel::Info, "Setting zone %s params", name.constData());
+    // The two settings are not waited for, and not tried again: the zone counts as applied.
     if (m_sound != nullptr && zone.volume >= 0) {
-        applyVolume(zone);
+        const std::optional<double> volume = currentVolume();
+        if (!volume) {
+            POWER_LOG(LogLevel::Warning, "Can't read current master volume: suppose 100%% (%d)",
+                      static_cast<int>(kAssumedVolume));
+        }
+        const double current = volume.value_or(kAssumedVolume);
+        POWER_LOG(LogLevel::Detail, "Zone %s, Current MasterVolume =%f", name.constData(), current);
+        if (zone.volume < current) {
+            (void)m_sound->SetMasterVolume(zone.volume);
+            POWER_LOG(LogLevel::Detail, "Zone %s, SetMasterVolume =%d", name.constData(), zone.volume);
+        }
     }
     if (m_light != nullptr && zone.light >= 0) {
-        applyLight(zone);
+        const std::optional<uint> intensity = currentIntensity();
+        if (!intensity) {
+            POWER_LOG(LogLevel::Warning, "Can't read current light intensity: suppose 100%%");
+        }
+        const uint current = intensity.value_or(kAssumedIntensity);
+        POWER_LOG(LogLevel::Detail, "Zone %s, Current Light Intensity =%d", name.constData(),
+                  static_cast<int>(current));
+        if (static_cast<uint>(zone.light) < current) {
+            (void)m_light->SetIntensity(static_cast<uint>(zone.light));
+            POWER_LOG(LogLevel::Detail, "Zone %s, SetLight =%d", name.constData(), zone.light);
+        }
     }
     return m_currentZone;
 }
 
-void ActionManager::applyVolume(const PowerZone& zone)
+std::optional<double> ActionManager::currentVolume() const
 {
     auto snapshot = makeSnapshot(&SoundManagerProxy::GetStatus);
-    double& current = std::get<1>(snapshot);
-    // A reply of the wrong length leaves the value as it is here.
-    current = kAssumedVolume;
+    double& volume = std::get<1>(snapshot);
+    // A reply of the wrong length, but with a good status, leaves the value as it is here.
+    volume = kAssumedVolume;
     const QDBusReply<int> reply =
         std::apply([this](auto&... values) { return m_sound->GetStatus(values...); }, snapshot);
-    if (!reply.isValid() || reply.value() != 0) {
-        POWER_LOG(LogLevel::Warning, "Can't read current master volume: suppose 100%% (%d)",
-                  static_cast<int>(kAssumedVolume));
-        current = kAssumedVolume;
-    }
-    POWER_LOG(LogLevel::Detail, "Zone %s, Current MasterVolume =%f", qPrintable(zone.name), current);
-    if (zone.volume < current) {
-        // Not waited for, and not tried again: the zone counts as applied.
-        (void)m_sound->SetMasterVolume(zone.volume);
-        POWER_LOG(LogLevel::Detail, "Zone %s, SetMasterVolume =%d", qPrintable(zone.name), zone.volume);
-    }
+    return reply.isValid() && reply.value() == 0 ? std::optional(volume) : std::nullopt;
 }
 
-void ActionManager::applyLight(const PowerZone& zone)
+std::optional<uint> ActionManager::currentIntensity() const
 {
-    uint current = kAssumedIntensity;
     QDBusPendingReply<int, uint> reply = m_light->GetIntensity();
     reply.waitForFinished();
     // Exactly a status and an intensity: a longer reply is not understood either.
     if (reply.isError() || reply.reply().arguments().size() != 2 || reply.argumentAt<0>() != 0) {
-        POWER_LOG(LogLevel::Warning, "Can't read current light intensity: suppose 100%%");
-    } else {
-        current = reply.argumentAt<1>();
+        return std::nullopt;
     }
-    POWER_LOG(LogLevel::Detail, "Zone %s, Current Light Intensity =%d", qPrintable(zone.name),
-              static_cast<int>(current));
-    if (static_cast<uint>(zone.light) < current) {
-        // Not waited for, and not tried again: the zone counts as applied.
-        (void)m_light->SetIntensity(static_cast<uint>(zone.light));
-        POWER_LOG(LogLevel::Detail, "Zone %s, SetLight =%d", qPrintable(zone.name), zone.light);
-    }
+    return reply.argumentAt<1>();
 }
 
 int ActionManager::currentZone() const

@@ -8,6 +8,8 @@
 #include <QObject>
 #include <QString>
 
+#include <optional>
+
 class LightManagerProxy;
 class SoundManagerProxy;
 
@@ -51,8 +53,10 @@ public:
 private:
     Q_DISABLE_COPY_MOVE(ActionManager)
 
-    void applyVolume(const PowerZone& zone);
-    void applyLight(const PowerZone& zone);
+    /// The present master volume; nothing where the sound service does not tell it.
+    [[nodiscard]] std::optional<double> currentVolume() const;
+    /// The present intensity of the light in percent; nothing where the light service does not tell it.
+    [[nodiscard]] std::optional<uint> currentIntensity() const;
 
     int m_currentZone = -1;
     QString m_filePath;

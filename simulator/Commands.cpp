@@ -210,6 +210,13 @@ const QList<Command>& commands()
              runner.simulator().sendValues(u"updatemanager.FilesUpdateStarted"_s, {0, runner.value(u"type"_s)});
              runner.simulator().sendValues(u"updatemanager.FilesUpdated"_s, values);
          }},
+        {"zones <file>", "puts a copy of FILE in the zone file's place; \"update 12\" tells the power daemon", kActs,
+         [](ScenarioRunner& runner) {
+             QString error;
+             if (!runner.simulator().files().installZones(runner.value(u"file"_s).toString(), &error)) {
+                 runner.fail(error);
+             }
+         }},
         {"config <group> <key> <value>", "sets a value of the configuration store", kActs,
          [](ScenarioRunner& runner) {
              runner.simulator().device().config.insert(

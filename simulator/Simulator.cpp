@@ -16,9 +16,10 @@ constexpr int kDaemonCallTimeoutMs = 600'000;
 
 } // namespace
 
-Simulator::Simulator(Timeline& timeline, QObject* parent)
+Simulator::Simulator(Timeline& timeline, const QString& root, QObject* parent)
     : QObject(parent),
       m_timeline(timeline),
+      m_files(root),
       m_observerName(u"observer-"_s + QString::number(reinterpret_cast<quintptr>(this), 16))
 {
     for (const InterfaceDescription& description : m_catalogue.services()) {
@@ -67,6 +68,11 @@ const Catalogue& Simulator::catalogue() const
 Device& Simulator::device()
 {
     return m_device;
+}
+
+const DeviceFiles& Simulator::files() const
+{
+    return m_files;
 }
 
 Timeline& Simulator::timeline()

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Device.h"
+#include "DeviceFiles.h"
 #include "InterfaceDescription.h"
 #include "SimulatedService.h"
 #include "Timeline.h"
@@ -25,7 +26,8 @@ class Simulator : public QObject
 
 public:
     /// @param timeline where everything is written; must outlive the simulator
-    explicit Simulator(Timeline& timeline, QObject* parent = nullptr);
+    /// @param root     see DeviceFiles
+    Simulator(Timeline& timeline, const QString& root, QObject* parent = nullptr);
     ~Simulator() override;
 
     /// Puts all services but the named ones on the bus and begins to observe the power daemon.
@@ -34,6 +36,7 @@ public:
 
     [[nodiscard]] const Catalogue& catalogue() const;
     [[nodiscard]] Device& device();
+    [[nodiscard]] const DeviceFiles& files() const;
     [[nodiscard]] Timeline& timeline();
 
     /// A service of the catalogue by its short name; null where there is none.
@@ -72,6 +75,7 @@ private:
     Timeline& m_timeline;
     Catalogue m_catalogue;
     Device m_device;
+    DeviceFiles m_files;
     QHash<QString, SimulatedService*> m_services; ///< by short name; children
     QString m_observerName;                       ///< of the observer's own bus connection
     QDBusServiceWatcher m_daemonWatcher;

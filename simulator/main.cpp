@@ -93,7 +93,8 @@ private:
     bool m_isEnding = false;
 };
 
-Program::Program(const QCommandLineParser& options) : m_options(options), m_simulator(m_timeline)
+Program::Program(const QCommandLineParser& options)
+    : m_options(options), m_simulator(m_timeline, QStringLiteral(ZELT_ROOT))
 {
     connect(&m_timeline, &Timeline::added, this, [this](const Timeline::Entry& entry) {
         const QString line = m_format.format(entry);
@@ -129,6 +130,9 @@ bool Program::begin()
         return false;
     }
     watchSignals();
+    if (!m_simulator.files().prepare(&error)) {
+        m_timeline.note(error + u": the power daemon will miss it"_s);
+    }
     m_timeline.note(u"the device's services are on the bus"_s);
     if (m_daemon) {
         // What is done to the device is meant for a daemon that is there.
@@ -137,7 +141,7 @@ bool Program::begin()
     } else {
         beginLines();
     }
-    if (m_options.positionalArguments().isEmpty()) {
+    if (m_options.positionalArguments().isEmpty() || m_options.positionalArguments().contains(u"-"_s)) {
         m_input = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
         connect(m_input.get(), &QSocketNotifier::activated, this, &Program::readStandardInput);
     }
@@ -174,6 +178,9 @@ bool Program::loadScenarios()
 {
     const QStringList names = m_options.positionalArguments();
     for (const QString& name : names) {
+        if (name == u"-") {
+            continue; // standard input
+        }
         QFile file(name);
         if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
             printError(name + u": "_s + file.errorString());
@@ -317,7 +324,7 @@ int main(int argc, char** argv)
         {u"level"_s, u"Shows the power daemon's log lines up to LEVEL only (default 9: all)."_s, u"LEVEL"_s, u"9"_s},
         {u"full"_s, u"Shows log lines with source file, line and the function's whole signature."_s},
     });
-    options.addPositionalArgument(u"scenario"_s, u"Files with commands; without any, standard input is read."_s,
+    options.addPositionalArgument(u"scenario"_s, u"Files with commands; \"-\", or none: standard input."_s,
                                   u"[scenario...]"_s);
     if (!options.parse(QCoreApplication::arguments())) {
         printError(options.errorText() + u" (--help lists the options)"_s);

@@ -135,6 +135,33 @@ private Q_SLOTS:
         QTEST(owners(manager), "owners");
     }
 
+    void shippedExamples_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("owners");
+        QTest::newRow("zones.ini") << QStringLiteral(SOURCE_FOLDER "/powermanager/zones.ini")
+                                   << u"1-15 Critical, 16-40 Low, 41-100 Normal"_s;
+        QTest::newRow("README") << QStringLiteral(SOURCE_FOLDER "/README.md")
+                                << u"1-15 Normal, 16-40 Low, 41-100 Normal"_s;
+    }
+
+    void shippedExamples()
+    {
+        QFETCH(QString, file);
+        QFile source(file);
+        QVERIFY(source.open(QIODevice::ReadOnly));
+        QByteArray content = source.readAll();
+        if (const qsizetype begin = content.indexOf("```ini\n"); begin >= 0) {
+            content = content.mid(begin + 7, content.indexOf("```\n", begin + 7) - begin - 7);
+        }
+        writeZoneFile(content);
+        ActionManager manager(nullptr);
+
+        QVERIFY(manager.configure(paths::zoneFile(), nullptr, nullptr));
+
+        QTEST(owners(manager), "owners");
+    }
+
     void unreadableFileHasNoZones()
     {
         ActionManager manager(nullptr);

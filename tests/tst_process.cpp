@@ -185,7 +185,7 @@ private Q_SLOTS:
 
     void introspectionIsThePublishedFile()
     {
-        QFile file(QStringLiteral(POWERINTERFACE_XML));
+        QFile file(QStringLiteral(SOURCE_FOLDER "/powermanager/com.quillmark.zelt.powerinterface.xml"));
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QString published = QString::fromUtf8(file.readAll());
         const qsizetype begin = published.indexOf(u"<interface ");

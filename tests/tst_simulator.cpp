@@ -174,7 +174,7 @@ private Q_SLOTS:
     void shippedScenariosAreRight()
     {
         SimulatedDevice device(timeline());
-        const QDir folder(QStringLiteral(SCENARIO_FOLDER));
+        const QDir folder(QStringLiteral(SOURCE_FOLDER "/simulator/scenarios"));
         const QStringList names = folder.entryList({u"*.scenario"_s});
         QVERIFY(names.contains(u"battery-day.scenario"_s));
         for (const QString& name : names) {

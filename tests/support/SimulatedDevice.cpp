@@ -6,15 +6,15 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-SimulatedDevice::SimulatedDevice(Timeline& timeline, const QStringList& without)
+SimulatedDevice::SimulatedDevice(Timeline& timeline, const QStringList& without, const QString& root)
 {
     m_context.moveToThread(&m_thread);
     m_thread.start();
     QMetaObject::invokeMethod(
         &m_context,
-        [this, &timeline, without] {
+        [this, &timeline, without, root] {
             QString error;
-            m_simulator = std::make_unique<Simulator>(timeline);
+            m_simulator = std::make_unique<Simulator>(timeline, root);
             if (!m_simulator->start(without, &error)) {
                 qFatal("simulated device: %s", qPrintable(error));
             }

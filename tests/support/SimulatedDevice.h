@@ -18,7 +18,8 @@ class SimulatedDevice
 public:
     /// @param timeline where the device records; must outlive it
     /// @param without  services that are left out
-    explicit SimulatedDevice(Timeline& timeline, const QStringList& without = {});
+    /// @param root     folder of the device's files; empty: none
+    explicit SimulatedDevice(Timeline& timeline, const QStringList& without = {}, const QString& root = {});
     ~SimulatedDevice();
     Q_DISABLE_COPY_MOVE(SimulatedDevice)
 

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "ActionManager.h"
+#include "Log.h"
+
+#include <QTemporaryFile>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+/// Loads a file of so many zones; the time per 1,000 zones tells how loading grows.
+void loadZones(benchmark::State& state)
+{
+    LogInterface log{QString()};
+    _logInterface = &log;
+    const auto count = static_cast<int>(state.range(0));
+    for (auto _ : state) {
+        state.PauseTiming(); // another file each time: Qt keeps what it has read for files it has seen
+        QTemporaryFile file;
+        if (!file.open()) {
+            state.SkipWithError("no temporary file");
+            return;
+        }
+        for (int i = 0; i < count; ++i) {
+            file.write("[Zone" + QByteArray::number(i) + "]\nlow_treshold=" + QByteArray::number(i % 90) +
+                       "\nhigh_treshold=" + QByteArray::number(i % 90 + 1 + i % 10) + "\nvolume=80\nlight=60\n");
+        }
+        file.close();
+        ActionManager manager(nullptr);
+        state.ResumeTiming();
+
+        benchmark::DoNotOptimize(manager.configure(file.fileName(), nullptr, nullptr));
+    }
+    state.counters["s_per_1000_zones"] =
+        benchmark::Counter(count / 1000.0, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.SetComplexityN(count);
+}
+BENCHMARK(loadZones)->Arg(1'000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond)->Complexity();
+
+} // namespace
