@@ -12,7 +12,7 @@
 #include <cstdio>
 
 /// The process's logging client. Defined by the daemon, set once by its entry point before the first line, never freed.
-extern LogInterface* _logInterface; // NOLINT(bugprone-reserved-identifier): the name all daemons of the device share
+extern LogInterface* _logInterface;
 
 /// The device's log levels; the gaps are levels that this family of daemons does not use.
 enum class LogLevel : unsigned int

@@ -9,7 +9,7 @@ inline constexpr char kServiceName[] = "com.quillmark.zelt.powermanager";
 /// Where the daemon serves its object. Also the name under which it opens the configuration store and the source of its
 /// log lines.
 inline constexpr char kObjectPath[] = "/com/quillmark/zelt/powermanager/powerobj";
-/// The path of the logging client; the source of the very first line only.
+/// The path of the logging client; the source of the line that announces the start, and of no other.
 inline constexpr char kLogObjectPath[] = "/com/quillmark/zelt/powermanager/logobj";
 
 /// Where another daemon's object is found on the session bus.

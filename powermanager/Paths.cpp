@@ -9,4 +9,9 @@ QString zoneFile()
     return QStringLiteral(ZELT_ROOT "/data/powerman/zones.ini");
 }
 
+QString lastActionFile()
+{
+    return QStringLiteral(ZELT_ROOT "/data/log/last_powerman.txt");
+}
+
 } // namespace paths

@@ -11,4 +11,7 @@ namespace paths {
 /// The power zones, in INI form.
 [[nodiscard]] QString zoneFile();
 
+/// The record of the last reboot or shutdown. Its folder is part of the device.
+[[nodiscard]] QString lastActionFile();
+
 } // namespace paths

@@ -4,6 +4,7 @@
 
 #include "ActionManager.h"
 #include "ConfigProxy.h"
+#include "Configuration.h"
 #include "FreqProxy.h"
 #include "LightManagerProxy.h"
 #include "Log.h"
@@ -12,17 +13,48 @@
 #include "PhoneManagerProxy.h"
 #include "PhotoManagerProxy.h"
 #include "RGBManagerProxy.h"
+#include "SleepManager.h"
 #include "Snapshot.h"
 #include "SoundManagerProxy.h"
 #include "StatusManagerProxy.h"
 #include "UpdateProxy.h"
+#include "common_qdbus.h"
+#include "libgpio.h"
 
 #include <QDBusConnection>
+#include <QDateTime>
+#include <QFile>
+#include <QTextStream>
+
+#include <unistd.h>
 
 namespace {
 
 /// The CPU frequencies of the device, lowest first.
 constexpr int kFrequenciesMHz[] = {96, 200, 300, 372, 408, 456};
+
+// What the operations of the bus interface fail with.
+constexpr int kRebootFailed = -50;
+constexpr int kShutdownFailed = -51;
+constexpr int kFreqOrSuspendFailed = -52;
+constexpr int kSwitchFailed = -54;
+
+/// Time for listeners of PowerEvent to react, in seconds.
+constexpr unsigned int kAnnouncementSeconds = 5;
+
+/// The GPIO line of the indicator, and half the period of its pulses.
+constexpr int kIndicatorLine = 24;
+constexpr useconds_t kPulseMicroseconds = 500'000;
+constexpr int kPulses = 3;
+
+/// Bit of the wake-up mode mask: the real-time clock's alarm. (0x01 would be a wireless LAN packet.)
+constexpr uchar kWakeByRtc = 0x02;
+
+/// The sound service may be slow just after a wake-up, but must not hold up the reboot that follows.
+constexpr int kSoundTimeoutMs = 5000;
+
+/// What a missing master volume reads as.
+constexpr double kDefaultMasterVolume = -32.0;
 
 /// The RGB service answers late while it plays an animation, but nobody may wait for it for long.
 constexpr int kRgbTimeoutMs = 5000;
@@ -34,6 +66,21 @@ template <typename Client>
 Client* createClient(const ServiceAddress& address, QObject* parent)
 {
     return new Client(address.busName, address.objectPath, QDBusConnection::sessionBus(), parent);
+}
+
+/// Waits for the reply to an action. @return whether the service carried it out: no D-Bus error, and status 0
+bool isDone(QDBusPendingReply<int> reply)
+{
+    reply.waitForFinished();
+    return !reply.isError() && reply.value() == 0;
+}
+
+/// Blocks for whole seconds; a termination signal, which is served afterwards, does not cut the pause short.
+void pauseSeconds(unsigned int seconds)
+{
+    while (seconds > 0) {
+        seconds = sleep(seconds);
+    }
 }
 
 } // namespace
@@ -80,6 +127,12 @@ bool PowerManager::init()
     (void)m_actionManager->configure(paths::zoneFile(), m_sound, m_light);
     SetActionsEnabled(true);
 
+    m_sleepManager = new SleepManager(this);
+    if (!connect(m_sleepManager, &SleepManager::SleepTimeout, this, &PowerManager::Suspend)) {
+        POWER_LOG(LogLevel::Error, "Can't handle Suspend");
+        return false;
+    }
+
     if (!connect(m_update, &UpdateProxy::FilesUpdated, this, &PowerManager::loadActions)) {
         POWER_LOG(LogLevel::Error, "Can't handle FilesUpdated signal");
         return false;
@@ -98,28 +151,230 @@ void PowerManager::featurePaused() {}
 
 void PowerManager::featureResumed() {}
 
-int PowerManager::Reboot(const QString&)
+int PowerManager::HandleGpEvent(const Event& event)
 {
-    POWER_LOG(LogLevel::Warning, "Reboot not available");
-    return -50;
+    if (event.name == QLatin1StringView("power|atmega_low_power") && event.value) {
+        return Shutdown(QStringLiteral("cmd_shdm"));
+    }
+    return 0;
 }
 
-int PowerManager::Shutdown(const QString&)
+int PowerManager::PostRestoreReboot()
 {
-    POWER_LOG(LogLevel::Warning, "Shutdown not available");
-    return -51;
+    return Reboot(QStringLiteral("restore"));
 }
 
-int PowerManager::Suspend(const QString&)
+int PowerManager::Reboot(const QString& Reason)
 {
-    POWER_LOG(LogLevel::Warning, "Suspend not available");
-    return -52;
+    const QString event = QStringLiteral("reboot");
+    POWER_LOG(LogLevel::Warning, "Reboot (%s) requested: will restart in about %d seconds...", qPrintable(Reason),
+              static_cast<int>(kAnnouncementSeconds));
+    saveReason(QStringLiteral("last_") + event, Reason);
+    Q_EMIT PowerEvent(event, Reason);
+    POWER_LOG(LogLevel::Warning, "Power event emitted: %s", qPrintable(event));
+    pauseSeconds(kAnnouncementSeconds);
+    switchOff();
+    pulseIndicator();
+    if (!isDone(m_freq->Reboot())) {
+        POWER_LOG(LogLevel::Error, "Reboot error");
+        return kRebootFailed;
+    }
+    return 0;
+}
+
+int PowerManager::Shutdown(const QString& Reason)
+{
+    const QString event = QStringLiteral("shutdown");
+    POWER_LOG(LogLevel::Warning, "Shutdown (%s) requested: will poweroff in about %d seconds...", qPrintable(Reason),
+              static_cast<int>(kAnnouncementSeconds));
+    saveReason(QStringLiteral("last_") + event, Reason);
+    Q_EMIT PowerEvent(event, Reason);
+    POWER_LOG(LogLevel::Warning, "Power event emitted: %s", qPrintable(event));
+    pauseSeconds(kAnnouncementSeconds);
+    // Deliberately unlike a reboot: the peripherals lose their power anyway, and the indicator stays on until it does.
+    switchOnIndicator();
+    if (!isDone(m_freq->Shutdown())) {
+        POWER_LOG(LogLevel::Error, "Shutdown error");
+        return kShutdownFailed;
+    }
+    return 0;
+}
+
+int PowerManager::Suspend(const QString& Time)
+{
+    POWER_LOG(LogLevel::Info, "Suspend until %s (localtime) requested", qPrintable(Time));
+    const QString format = QStringLiteral("yyyy-MM-dd HH:mm:ss");
+    // Not checked: what is no time becomes an empty text, and the frequency service decides.
+    const QString utc = QDateTime::fromString(Time, format).toUTC().toString(format);
+    POWER_LOG(LogLevel::Detail, "Converted to %s (UTC)", qPrintable(utc));
+    if (!isDone(m_freq->SetWakeup(kWakeByRtc, utc))) {
+        POWER_LOG(LogLevel::Error, "Error setting wakeup time to %s (localtime)", qPrintable(Time));
+        return kFreqOrSuspendFailed;
+    }
+    preSuspendSetup();
+    Q_EMIT PowerEvent(QStringLiteral("suspend"), QStringLiteral("sleep"));
+    pauseSeconds(kAnnouncementSeconds);
+    // The reply comes after the wake-up.
+    QDBusPendingReply<int> reply = m_freq->Suspend();
+    if (!isDone(reply)) {
+        // Deliberately left: what preSuspendSetup() switched off stays off.
+        POWER_LOG(LogLevel::Error, "Error calling Suspend. returned %d", reply.isError() ? 0 : reply.value());
+        return kFreqOrSuspendFailed;
+    }
+    postSuspendRestore();
+    (void)Reboot(QStringLiteral("sleep")); // reports its failure itself; the suspend was done
+    return 0;
+}
+
+void PowerManager::saveReason(const QString& action, const QString& reason)
+{
+    QFile file(paths::lastActionFile());
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+        POWER_LOG(LogLevel::Error, "Error saving action/reason to file [%s]", qPrintable(file.fileName()));
+        return;
+    }
+    QTextStream stream(&file);
+    stream << QDateTime::currentDateTime().toString(QStringLiteral("yyyy/MM/dd-hh:mm:ss")) << '|' << action << '|'
+           << reason << Qt::endl;
+}
+
+void PowerManager::pulseIndicator()
+{
+    // A failing line changes nothing: the pulses are for the eye.
+    for (int pulse = 1; pulse <= kPulses; ++pulse) {
+        (void)LIBGPIO_set_enabled(kIndicatorLine, 1);
+        usleep(kPulseMicroseconds);
+        (void)LIBGPIO_set_enabled(kIndicatorLine, 0);
+        if (pulse < kPulses) {
+            usleep(kPulseMicroseconds);
+        }
+    }
+}
+
+void PowerManager::switchOnIndicator()
+{
+    (void)LIBGPIO_set_enabled(kIndicatorLine, 1);
+}
+
+int PowerManager::switchLight(bool on)
+{
+    if (!isDone(m_light->Switch(on))) {
+        POWER_LOG(LogLevel::Error, "Error turning light %d", on);
+        return kSwitchFailed;
+    }
+    POWER_LOG(LogLevel::Actuation, "Light switch set to %d", on);
+    return 0;
+}
+
+int PowerManager::disableRgb(bool disable)
+{
+    // Never saved by the RGB service: the user's own setting comes back with the next start.
+    QDBusPendingReply<int> reply = m_rgb->Disable(disable, false);
+    reply.waitForFinished();
+    // Unlike the other switches, the status is deliberately not looked at.
+    if (reply.isError()) {
+        POWER_LOG(LogLevel::Error, "Error turning rgb %d", disable);
+        return kSwitchFailed;
+    }
+    POWER_LOG(LogLevel::Actuation, "RGB switch set to %d", disable);
+    return 0;
+}
+
+int PowerManager::switchCamera(bool enable)
+{
+    if (!isDone(m_photo->EnableCamera(enable))) {
+        POWER_LOG(LogLevel::Error, "Error turning camera %d", enable);
+        return kSwitchFailed;
+    }
+    POWER_LOG(LogLevel::Actuation, "Camera switch set to %d", enable);
+    return 0;
+}
+
+int PowerManager::forcePhoneOff(bool force)
+{
+    const QDBusPendingReply<int> reply = m_phone->ForcePhoneOff(force);
+    const bool done = isDone(reply);
+    PRINT_DBUS_RESULT(kObjectPath, QStringLiteral("ForcePhoneOff"), reply);
+    if (!done) {
+        POWER_LOG(LogLevel::Error, "Error %s phone off", force ? "forcing" : "unforcing");
+        return kSwitchFailed;
+    }
+    POWER_LOG(LogLevel::Actuation, "Phone %s off", force ? "forced" : "unforced");
+    return 0;
+}
+
+void PowerManager::switchOff()
+{
+    // A D-Bus error reads as status 0 and leaves the state saved before: kept.
+    const QDBusReply<int> lightReply = m_light->GetSwitch(m_savedLight);
+    if (lightReply.value() != 0) {
+        POWER_LOG(LogLevel::Error, "Impossible to get current Light status: suppose off");
+        m_savedLight = false;
+    }
+    (void)switchLight(false);
+
+    QDBusPendingReply<bool> rgbReply = m_rgb->IsDisabled();
+    rgbReply.waitForFinished();
+    if (rgbReply.isError()) {
+        POWER_LOG(LogLevel::Warning, "Can't find if Rgb is disabled: suppose not");
+        m_savedRgbDisabled = false;
+    } else {
+        m_savedRgbDisabled = rgbReply.value();
+    }
+    if (!m_savedRgbDisabled) {
+        (void)disableRgb(true);
+    }
+
+    (void)switchCamera(false);
+    (void)forcePhoneOff(true);
+    POWER_LOG(LogLevel::Warning, "SAVED CURRENT SYSTEM STATUS: light=%d", m_savedLight);
+}
+
+void PowerManager::preSuspendSetup()
+{
+    POWER_LOG(LogLevel::Info, "Pre-suspend setup");
+    switchOff();
+}
+
+void PowerManager::postSuspendRestore()
+{
+    POWER_LOG(LogLevel::Info, "Post-suspend restore");
+    const QString group = QStringLiteral("SOUND");
+    const QString key = QStringLiteral("masterVolume");
+    const Configuration store(QString::fromLatin1(kObjectPath));
+    bool found = false;
+    double volume = kDefaultMasterVolume;
+    if (!store.isValid()) {
+        POWER_LOG(LogLevel::Warning, "Error creating Configuration manager");
+    } else {
+        volume = store.ReadConfigValue(group, key, kDefaultMasterVolume, &found, true);
+        if (!found) {
+            POWER_LOG(LogLevel::Warning, "Can't read %s/%s", qPrintable(group), qPrintable(key));
+        }
+    }
+    if (found) {
+        m_sound->setTimeout(kSoundTimeoutMs); // stays so
+        const QDBusPendingReply<int> reply = m_sound->SetMasterVolume(volume);
+        const bool done = isDone(reply);
+        PRINT_DBUS_RESULT(kObjectPath, QStringLiteral("SetMasterVolume"), reply);
+        if (done) {
+            POWER_LOG(LogLevel::Info, "Master volume restored to %.2f", volume);
+        } else {
+            POWER_LOG(LogLevel::Warning, "Error restoring master volume");
+        }
+    }
+    (void)switchLight(m_savedLight);
+    if (!m_savedRgbDisabled) {
+        (void)disableRgb(false);
+    }
+    // Deliberately not the camera: it stays off until somebody enables it.
+    (void)forcePhoneOff(false);
 }
 
 int PowerManager::SetFreq(int)
 {
     POWER_LOG(LogLevel::Warning, "SetFreq not available");
-    return -52;
+    return kFreqOrSuspendFailed;
 }
 
 int PowerManager::SetAutoscalingEnabled(bool enable)
@@ -150,10 +405,13 @@ int PowerManager::SetActionsEnabled(bool enable)
     return 0;
 }
 
-int PowerManager::SetSleepEnabled(bool, const QString&, const QString&)
+int PowerManager::SetSleepEnabled(bool Enabled, const QString& StartTime, const QString& EndTime)
 {
-    POWER_LOG(LogLevel::Warning, "SetSleepEnabled not available");
-    return -1;
+    (void)m_sleepManager->setSleep(Enabled, StartTime, EndTime); // clients are told by the signal alone
+    // A window that is off never reaches Suspend().
+    m_sleepManager->blockSignals(!Enabled);
+    Q_EMIT SleepEnabled(Enabled);
+    return 0;
 }
 
 int PowerManager::IsAutoscalingEnabled(bool& enabled)
@@ -168,11 +426,13 @@ int PowerManager::IsActionsEnabled(bool& enabled)
     return 0;
 }
 
-int PowerManager::IsSleepEnabled(bool& enabled, QString&, QString&)
+int PowerManager::IsSleepEnabled(bool& enabled, QString& start, QString& end)
 {
-    POWER_LOG(LogLevel::Warning, "IsSleepEnabled not available");
-    enabled = false;
-    return -1;
+    const QString format = QStringLiteral("HH:mm:ss");
+    enabled = m_sleepManager->isArmed();
+    start = m_sleepManager->startTime().toString(format);
+    end = m_sleepManager->endTime().toString(format);
+    return 0;
 }
 
 int PowerManager::CurrentPowerZone(QString& zone)

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Event.h"
 #include "ZeltFeatureBase.h"
 
 #include <QList>
@@ -15,6 +16,7 @@ class MicManagerProxy;
 class PhoneManagerProxy;
 class PhotoManagerProxy;
 class RGBManagerProxy;
+class SleepManager;
 class SoundManagerProxy;
 class StatusManagerProxy;
 class UpdateProxy;
@@ -56,13 +58,30 @@ Q_SIGNALS:
     void SleepEnabled(bool enabled);
 
 public Q_SLOTS:
-    /// Restarts the device. Until power actions are built: logs "Reboot not available", returns -50.
+    /// A hardware event. The low-power line of the power microcontroller shuts the device down, with the reason
+    /// "cmd_shdm"; anything else is ignored.
+    /// @return the result of the shutdown, otherwise 0
+    int HandleGpEvent(const Event& event);
+
+    /// Reboots with the reason "restore", once a factory reset is complete. @return as Reboot()
+    int PostRestoreReboot();
+
+    /// Restarts the device: records and announces the reason, waits 5 s, switches the peripherals off, pulses the
+    /// indicator and asks the frequency service. Blocks for about 7.5 s and the calls.
+    /// @return 0, or -50 where the frequency service did not accept it; nothing of the rest is undone then
     int Reboot(const QString& Reason);
 
-    /// Powers the device off. Until power actions are built: logs "Shutdown not available", returns -51.
+    /// Powers the device off: records and announces the reason, waits 5 s, sets the indicator and asks the frequency
+    /// service. The peripherals are left as they are. Blocks for about 5 s and the call.
+    /// @return 0, or -51 where the frequency service did not accept it; nothing of the rest is undone then
     int Shutdown(const QString& Reason);
 
-    /// Puts the device to standby until a local time. Until power actions are built: logs, returns -52.
+    /// Puts the device to standby, restores the peripherals when it woke up, and then reboots with the reason "sleep".
+    /// Blocks all the while.
+    /// @param Time when to wake up, local time, "yyyy-MM-dd HH:mm:ss"; anything else sets an alarm with an empty time,
+    ///             which the frequency service may refuse
+    /// @return 0 after a wake-up, whatever came of the reboot; -52 where the alarm or the standby was refused (after
+    ///         the latter, the peripherals stay off)
     int Suspend(const QString& Time);
 
     /// Sets the CPU frequency in MHz. Until frequency scaling is built: logs "SetFreq not available", returns -52.
@@ -77,7 +96,8 @@ public Q_SLOTS:
     /// are. @return 0
     int SetActionsEnabled(bool enable);
 
-    /// Sets the daily sleep window. Until the sleep window is built: logs "SetSleepEnabled not available", returns -1.
+    /// Sets or clears the daily sleep window; see SleepManager::setSleep().
+    /// @return 0, also where the times were refused
     int SetSleepEnabled(bool Enabled, const QString& StartTime, const QString& EndTime);
 
     /// @return 0
@@ -86,7 +106,7 @@ public Q_SLOTS:
     /// @return 0
     int IsActionsEnabled(bool& enabled);
 
-    /// Tells the sleep window. Until it is built: logs "IsSleepEnabled not available", returns -1.
+    /// Tells whether a sleep is due, and the window as last set, "HH:mm:ss". @return 0
     int IsSleepEnabled(bool& enabled, QString& start, QString& end);
 
     /// Name of the power zone in force; empty for none. @return 0
@@ -116,6 +136,27 @@ private Q_SLOTS:
 private:
     Q_DISABLE_COPY_MOVE(PowerManager)
 
+    /// Rewrites the record of the last action. A failure is only logged.
+    /// @param action "last_reboot" or "last_shutdown"
+    void saveReason(const QString& action, const QString& reason);
+    /// Three pulses of half a second on the indicator line, which is off afterwards. Blocks for 2.5 s.
+    void pulseIndicator();
+    void switchOnIndicator();
+
+    // The switches of the peripherals: each calls the service, waits for it, and logs how it went. 0, or -54.
+
+    int switchLight(bool on);
+    int disableRgb(bool disable);
+    int switchCamera(bool enable);
+    int forcePhoneOff(bool force);
+
+    /// Saves the state of light and RGB LEDs and switches light, RGB LEDs, camera and phone off. Nothing stops it.
+    void switchOff();
+    void preSuspendSetup();
+    /// Restores the master volume from the configuration store, light and RGB LEDs as switchOff() found them, and the
+    /// phone. The camera stays off. Nothing stops it.
+    void postSuspendRestore();
+
     bool m_autoscaling = false;
     bool m_actionsEnabled = false;
     QList<int> m_freqTable;    ///< the CPU frequencies in MHz that may be set, lowest first
@@ -123,6 +164,7 @@ private:
 
     // Children of this object, created by init().
     ActionManager* m_actionManager = nullptr;
+    SleepManager* m_sleepManager = nullptr;
     FreqProxy* m_freq = nullptr;
     SoundManagerProxy* m_sound = nullptr;
     LightManagerProxy* m_light = nullptr;
@@ -133,4 +175,7 @@ private:
     StatusManagerProxy* m_status = nullptr;
     RGBManagerProxy* m_rgb = nullptr;
     PhoneManagerProxy* m_phone = nullptr;
+
+    bool m_savedLight = false;       ///< whether the light was on at the last switchOff()
+    bool m_savedRgbDisabled = false; ///< whether the RGB LEDs were disabled at the last switchOff()
 };

@@ -8,6 +8,8 @@
 #include "ScenarioRunner.h"
 #include "Simulator.h"
 
+#include <QTime>
+
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -91,6 +93,17 @@ std::optional<QVariantList> convertArguments(ScenarioRunner& runner, const QList
     return values;
 }
 
+bool isPartOn(const Device& device, const QString& part)
+{
+    if (part == u"light") {
+        return device.isLightOn;
+    }
+    if (part == u"rgb") {
+        return !device.isRgbDisabled;
+    }
+    return part == u"camera" ? device.isCameraEnabled : !device.isPhoneForcedOff;
+}
+
 void charge(ScenarioRunner& runner)
 {
     Device& device = runner.simulator().device();
@@ -163,7 +176,7 @@ constexpr bool kLooks = false;
 
 const QList<Command>& commands()
 {
-    static const QList<Command> list{
+    static const QList<Command> kList{
         // The battery
         {"charge <percent:int:0:100> [over <over:number:0:86400>]",
          "sets the battery's charge and broadcasts the status; over SECONDS: goes there percent by percent", kActs,
@@ -187,6 +200,21 @@ const QList<Command>& commands()
          }},
         {"light <switch:on|off>", "switches the light", kActs,
          [](ScenarioRunner& runner) { runner.simulator().device().isLightOn = runner.value(u"switch"_s).toBool(); }},
+        {"rgb <switch:on|off>", "enables or disables the RGB LEDs", kActs,
+         [](ScenarioRunner& runner) {
+             runner.simulator().device().isRgbDisabled = !runner.value(u"switch"_s).toBool();
+         }},
+        {"wake", "wakes the device from standby before its time", kActs,
+         [](ScenarioRunner& runner) { runner.simulator().wakeUp(); }},
+        {"night in <begin:int:0:86399> for <length:int:1:86399>",
+         "sets a sleep window of LENGTH seconds that begins in so many seconds", kActs,
+         [](ScenarioRunner& runner) {
+             const QTime begin = QTime::currentTime().addSecs(runner.value(u"begin"_s).toInt());
+             const QString start = begin.toString(u"HH:mm:ss"_s);
+             const QString end = begin.addSecs(runner.value(u"length"_s).toInt()).toString(u"HH:mm:ss"_s);
+             runner.simulator().callPowerDaemon(
+                 *runner.simulator().catalogue().powerDaemon().findMethod(u"SetSleepEnabled"_s), {true, start, end});
+         }},
         {"camera <switch:on|off>", "switches the camera; the photo service tells it", kActs,
          [](ScenarioRunner& runner) {
              const bool isOn = runner.value(u"switch"_s).toBool();
@@ -355,6 +383,35 @@ const QList<Command>& commands()
              runner.expect(u"light "_s + QString::number(intensity), within(runner),
                            [&runner, intensity] { return runner.simulator().device().lightIntensity == intensity; });
          }},
+        {"expect switch <part:light|rgb|camera|phone> <state:on|off> [within <within:number:0:86400>]",
+         "waits for a part of the device to be on or off", kLooks,
+         [](ScenarioRunner& runner) {
+             const QString part = runner.value(u"part"_s).toString();
+             const bool isOn = runner.value(u"state"_s).toBool();
+             runner.expect(part + (isOn ? u" on"_s : u" off"_s), within(runner),
+                           [&runner, part, isOn] { return isPartOn(runner.simulator().device(), part) == isOn; });
+         }},
+        {"expect line <line:int:0:1000> <level:on|off> [within <within:number:0:86400>]",
+         "waits for a GPIO line to change to a level", kLooks,
+         [](ScenarioRunner& runner) {
+             const QString line = runner.value(u"line"_s).toString();
+             const QString level = runner.value(u"level"_s).toBool() ? u"on"_s : u"off"_s;
+             const QString what = u"line "_s + line + u' ' + level;
+             runner.expectEntry(what, within(runner),
+                                [what](const Timeline::Entry& entry) { return entry.toString() == what; });
+         }},
+        {"expect config <group> <key> <value>", "looks for a value of the configuration store", kLooks,
+         [](ScenarioRunner& runner) {
+             const QString group = runner.value(u"group"_s).toString();
+             const QString key = runner.value(u"key"_s).toString();
+             const QString value = runner.value(u"value"_s).toString();
+             const auto found = runner.simulator().device().config.constFind({group, key});
+             if (found == runner.simulator().device().config.constEnd() || *found != value) {
+                 runner.fail(
+                     u"expected "_s + group + u'/' + key + u" to be \""_s + value + u"\", but it is "_s +
+                     (found == runner.simulator().device().config.constEnd() ? u"missing"_s : u'"' + *found + u'"'));
+             }
+         }},
         {"expect no call <name:method> <arguments...> [for <for:number:0:86400>]",
          "fails if there was such a call, or comes one in that time", kLooks,
          [](ScenarioRunner& runner) {
@@ -379,5 +436,5 @@ const QList<Command>& commands()
          }},
         {"help <command...>", "lists the commands, or those that begin with the words given", kLooks, &help},
     };
-    return list;
+    return kList;
 }

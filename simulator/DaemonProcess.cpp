@@ -66,11 +66,11 @@ bool DaemonProcess::isRunning() const
 
 void DaemonProcess::readLines()
 {
-    static const QRegularExpression logLine(u"^(?:<\\d>)?(\\d+) (/\\S*) (.*)$"_s);
+    static const QRegularExpression kLogLine(u"^(?:<\\d>)?(\\d+) (/\\S*) (.*)$"_s);
     while (m_process.canReadLine()) {
         QString line = QString::fromLocal8Bit(m_process.readLine());
         line.chop(1);
-        const QRegularExpressionMatch match = logLine.match(line);
+        const QRegularExpressionMatch match = kLogLine.match(line);
         if (match.hasMatch()) {
             m_timeline.addLogLine(match.captured(1).toInt(), match.captured(3));
         } else {

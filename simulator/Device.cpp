@@ -3,12 +3,15 @@
 #include "Device.h"
 
 #include <QDateTime>
+#include <QSettings>
 
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr QLatin1StringView kTimeFormat("yyyy-MM-dd HH:mm:ss");
 
 /// The status of a refusal. The daemons' own codes differ; none of them is 0.
 constexpr int kRefused = -1;
@@ -22,6 +25,7 @@ struct MethodEffect
 {
     const char* method;                                                   ///< "service.Method"
     QVariantMap (*effect)(Device& device, const QVariantList& arguments); ///< returns the out-arguments
+    bool isHeld = false; ///< a good answer comes later, when something else has happened
 };
 
 /// Methods that are not here change nothing and answer with zeros.
@@ -47,6 +51,34 @@ constexpr MethodEffect kMethodEffects[] = {
          device.isConfigFrozen = true;
          return {};
      }},
+    {"configmanager.Save",
+     [](Device& device, const QVariantList&) -> QVariantMap {
+         return device.saveConfig() ? QVariantMap() : refused();
+     }},
+    {"freqmanager.Reboot",
+     [](Device& device, const QVariantList&) -> QVariantMap {
+         device.powerRequest = Device::PowerRequest::Reboot;
+         return {};
+     }},
+    {"freqmanager.Shutdown",
+     [](Device& device, const QVariantList&) -> QVariantMap {
+         device.powerRequest = Device::PowerRequest::Shutdown;
+         return {};
+     }},
+    {"freqmanager.SetWakeup",
+     [](Device& device, const QVariantList& arguments) -> QVariantMap {
+         const QString time = arguments.at(1).toString();
+         if (!QDateTime::fromString(time, kTimeFormat).isValid()) {
+             return refused();
+         }
+         device.wakeUpTime = time;
+         return {};
+     }},
+    {"freqmanager.Suspend",
+     [](Device& device, const QVariantList&) -> QVariantMap {
+         return device.wakeUpTime.isEmpty() ? refused() : QVariantMap();
+     },
+     true},
     {"freqmanager.GetFreq",
      [](Device& device, const QVariantList&) -> QVariantMap {
          return {{u"FreqMHz"_s, device.freqMHz}};
@@ -116,11 +148,52 @@ constexpr MethodEffect kMethodEffects[] = {
 
 } // namespace
 
-QVariantMap Device::call(const QString& method, const QVariantList& arguments)
+Device::Answer Device::call(const QString& method, const QVariantList& arguments)
 {
     const auto* found = std::find_if(std::begin(kMethodEffects), std::end(kMethodEffects),
                                      [&method](const auto& row) { return method == QLatin1StringView(row.method); });
-    return found == std::end(kMethodEffects) ? QVariantMap() : found->effect(*this, arguments);
+    if (found == std::end(kMethodEffects)) {
+        return {};
+    }
+    const QVariantMap values = found->effect(*this, arguments);
+    return {values, found->isHeld && values.value(u"Status"_s).toInt() == 0};
+}
+
+void Device::restart()
+{
+    isConfigFrozen = false;
+    loadConfig();
+    isCameraEnabled = false;
+    isPhoneForcedOff = false;
+    powerRequest = PowerRequest::None;
+    wakeUpTime.clear();
+}
+
+bool Device::saveConfig() const
+{
+    if (configFile.isEmpty()) {
+        return true;
+    }
+    QSettings file(configFile, QSettings::IniFormat);
+    file.clear();
+    for (auto entry = config.constBegin(); entry != config.constEnd(); ++entry) {
+        file.setValue(entry.key().first + u'/' + entry.key().second, entry.value());
+    }
+    file.sync();
+    return file.status() == QSettings::NoError;
+}
+
+void Device::loadConfig()
+{
+    if (configFile.isEmpty()) {
+        return;
+    }
+    config.clear();
+    const QSettings file(configFile, QSettings::IniFormat);
+    const QStringList keys = file.allKeys();
+    for (const QString& key : keys) {
+        config.insert({key.section(u'/', 0, 0), key.section(u'/', 1)}, file.value(key).toString());
+    }
 }
 
 QVariantMap Device::status() const

@@ -20,6 +20,21 @@ struct Device
         QVariantMap values;
     };
 
+    /// What a method answers.
+    struct Answer
+    {
+        QVariantMap values;  ///< the out-arguments by name, or by position where they have none; missing ones are zero
+        bool isHeld = false; ///< the answer comes later, when something else has happened
+    };
+
+    /// What the frequency service was asked to do with the power.
+    enum class PowerRequest
+    {
+        None,
+        Reboot,
+        Shutdown,
+    };
+
     int chargePercent = 100;
     double masterVolume = 100;
     uint lightIntensity = 100;
@@ -28,17 +43,25 @@ struct Device
     bool isCameraEnabled = false;
     bool isPhoneForcedOff = false;
     int freqMHz = 200;
+    QString wakeUpTime; ///< of the alarm, UTC, "yyyy-MM-dd HH:mm:ss"; empty: not set
+    PowerRequest powerRequest = PowerRequest::None;
+    QString configFile; ///< where the configuration is saved; empty: nowhere
     bool isConfigFrozen = false;
     QMap<QPair<QString, QString>, QString> config; ///< (group, key) to text
 
     QList<Notification> notifications; ///< not sent yet, oldest first
 
     /// Carries out a method, e.g. "lightmanager.Switch", with its in-arguments in order.
-    /// @return the out-arguments by name, or by position where they have none; what is missing is zero
-    QVariantMap call(const QString& method, const QVariantList& arguments);
+    Answer call(const QString& method, const QVariantList& arguments);
 
     /// The values of the status broadcast that are not zero.
     [[nodiscard]] QVariantMap status() const;
+
+    /// Starts anew: what is not saved is lost, what was frozen can be written again, the camera is off.
+    void restart();
+
+    [[nodiscard]] bool saveConfig() const;
+    void loadConfig();
 
     void notify(const QString& signal, const QVariantMap& values);
 };

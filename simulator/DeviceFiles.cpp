@@ -15,7 +15,7 @@ bool DeviceFiles::prepare(QString* error) const
     if (m_root.isEmpty()) {
         return true;
     }
-    for (const QString& folder : {u"/bin"_s, u"/data/log"_s, u"/data/powerman"_s}) {
+    for (const QString& folder : {u"/bin"_s, u"/data/config"_s, u"/data/log"_s, u"/data/powerman"_s}) {
         if (!QDir().mkpath(m_root + folder)) {
             *error = u"can't make the folder "_s + m_root + folder;
             return false;
@@ -41,6 +41,11 @@ bool DeviceFiles::installZones(const QString& source, QString* error) const
         return false;
     }
     return true;
+}
+
+QString DeviceFiles::configFile() const
+{
+    return m_root.isEmpty() ? QString() : m_root + u"/data/config/config.ini"_s;
 }
 
 QString DeviceFiles::zoneFile() const

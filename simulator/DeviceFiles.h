@@ -19,6 +19,9 @@ public:
     /// @return whether that went well; *error names file and reason
     [[nodiscard]] bool installZones(const QString& source, QString* error) const;
 
+    /// Where the configuration service keeps its values; empty where there are no files.
+    [[nodiscard]] QString configFile() const;
+
 private:
     [[nodiscard]] QString zoneFile() const;
 

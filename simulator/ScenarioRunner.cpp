@@ -100,7 +100,7 @@ void ScenarioRunner::next()
     m_line = m_queue.dequeue();
     m_isBusy = true;
     if (m_line.command->isAction) {
-        m_mark = m_simulator.timeline().size();
+        m_mark = m_simulator.timeline().position();
         m_used.clear();
         m_simulator.timeline().add(Timeline::Kind::Command, m_line.text);
     }
@@ -137,8 +137,8 @@ void ScenarioRunner::onEntryAdded()
 
 qsizetype ScenarioRunner::findEntry(const EntryTest& matches, qsizetype* from) const
 {
-    const QList<Timeline::Entry> entries = m_simulator.timeline().entries(*from);
-    const qsizetype first = std::exchange(*from, *from + entries.size());
+    const QList<Timeline::Entry> entries = m_simulator.timeline().entries(*from, from);
+    const qsizetype first = *from - entries.size();
     for (qsizetype i = 0; i < entries.size(); ++i) {
         if (!m_used.contains(first + i) && matches(entries.at(i))) {
             return first + i;

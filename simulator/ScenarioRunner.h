@@ -98,7 +98,7 @@ private:
     QQueue<Line> m_queue;
     Line m_line; ///< under way, if m_isBusy
     bool m_isBusy = false;
-    qsizetype m_mark = 0;              ///< size of the timeline when the last command that does something began
+    qsizetype m_mark = 0;              ///< the timeline's position when the last command that does something began
     QSet<qsizetype> m_used;            ///< entries since then that fulfilled an expectation
     std::function<bool()> m_condition; ///< of an expectation under way
     std::function<void()> m_onTimeout; ///< what the line's timer does

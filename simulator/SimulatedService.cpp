@@ -47,6 +47,11 @@ QVariantList spoil(QVariantList values, const Fault& fault)
 
 } // namespace
 
+bool Fault::preventsEffect() const
+{
+    return kind == Kind::Error || kind == Kind::Mute || kind == Kind::Dies || (kind == Kind::Status && status != 0);
+}
+
 SimulatedService::SimulatedService(const InterfaceDescription& description, Device& device, Timeline& timeline,
                                    QObject* parent)
     : QDBusVirtualObject(parent), m_description(description), m_device(device), m_timeline(timeline)
@@ -84,6 +89,7 @@ void SimulatedService::stop()
     if (isRunning()) {
         QDBusConnection::disconnectFromBus(m_connectionName);
         m_connectionName.clear();
+        m_heldReplies.clear();
     }
 }
 
@@ -155,13 +161,26 @@ bool SimulatedService::handleMessage(const QDBusMessage& message, const QDBusCon
         return true;
     }
     const Fault fault = m_faults.value(method->name);
-    const QVariantList values =
-        spoil(dbusvalues::fill(method->out, m_device.call(entry.name, message.arguments())), fault);
-    entry.result = dbusvalues::toTexts(values.mid(0, kMaxShownArguments)).join(u", "_s);
+    Device untouched = m_device;
+    const Device::Answer good = (fault.preventsEffect() ? untouched : m_device).call(entry.name, message.arguments());
+    const QVariantList values = spoil(dbusvalues::fill(method->out, good.values), fault);
+    entry.result = good.isHeld ? u"..."_s : dbusvalues::toTexts(values.mid(0, kMaxShownArguments)).join(u", "_s);
     m_timeline.add(entry);
     Q_EMIT called(entry.name);
-    answer(message, values, fault);
+    if (good.isHeld && !fault.preventsEffect()) {
+        m_heldReplies.append(message.createReply(values));
+    } else {
+        answer(message, values, fault);
+    }
     return true;
+}
+
+void SimulatedService::release()
+{
+    const QList<QDBusMessage> replies = std::exchange(m_heldReplies, {});
+    for (const QDBusMessage& reply : replies) {
+        QDBusConnection(m_connectionName).send(reply);
+    }
 }
 
 void SimulatedService::answer(const QDBusMessage& call, const QVariantList& values, const Fault& fault)

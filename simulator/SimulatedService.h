@@ -15,6 +15,9 @@ struct Device;
 /// A defect of one method or signal, shown on every use until it is repaired.
 struct Fault
 {
+    /// Whether the method fails before it has done anything.
+    [[nodiscard]] bool preventsEffect() const;
+
     enum class Kind
     {
         None,
@@ -55,6 +58,9 @@ public:
     void setFault(const QString& member, const Fault& fault);
     void repairAll();
 
+    /// Sends the answers that were held back.
+    void release();
+
     /// Sends a signal of the interface; to nobody while the service is not on the bus.
     void send(const MemberDescription& signal, const QVariantList& values);
 
@@ -74,5 +80,6 @@ private:
     Timeline& m_timeline;
     QString m_connectionName; ///< empty while not on the bus
     QHash<QString, Fault> m_faults;
+    QList<QDBusMessage> m_heldReplies;
     QHash<QString, QVariantList> m_lastValues; ///< of each signal, to show what changed
 };

@@ -6,6 +6,11 @@
 
 #include <QDBusError>
 #include <QDBusPendingCallWatcher>
+#include <QDateTime>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -16,22 +21,36 @@ constexpr int kDaemonCallTimeoutMs = 600'000;
 
 } // namespace
 
-Simulator::Simulator(Timeline& timeline, const QString& root, QObject* parent)
+Simulator::Simulator(Timeline& timeline, const QString& root, const QString& gpioRoot, QObject* parent)
     : QObject(parent),
       m_timeline(timeline),
       m_files(root),
+      m_lines(gpioRoot, timeline),
+      m_wakeUpTimer(this),
       m_observerName(u"observer-"_s + QString::number(reinterpret_cast<quintptr>(this), 16))
 {
     for (const InterfaceDescription& description : m_catalogue.services()) {
         auto* simulated = new SimulatedService(description, m_device, m_timeline, this);
-        connect(simulated, &SimulatedService::called, this, &Simulator::sendNotifications);
+        connect(simulated, &SimulatedService::called, this, &Simulator::onCalled);
         m_services.insert(description.service, simulated);
     }
+    m_wakeUpTimer.setSingleShot(true);
+    connect(&m_wakeUpTimer, &QTimer::timeout, this, &Simulator::wakeUp);
 }
 
 Simulator::~Simulator()
 {
     QDBusConnection::disconnectFromBus(m_observerName);
+}
+
+bool Simulator::prepareFiles(QString* error)
+{
+    if (!m_files.prepare(error) || !m_lines.prepare(error)) {
+        return false;
+    }
+    m_device.configFile = m_files.configFile();
+    m_device.loadConfig();
+    return true;
 }
 
 bool Simulator::start(const QStringList& without, QString* error)
@@ -123,6 +142,39 @@ const MemberDescription* Simulator::findSignal(const QString& name) const
 void Simulator::broadcastStatus()
 {
     send({u"statusmanager.SystemStatus"_s, m_device.status()});
+}
+
+void Simulator::onCalled(const QString& method)
+{
+    sendNotifications();
+    if (method == u"freqmanager.Suspend" && !m_device.wakeUpTime.isEmpty()) {
+        QDateTime wakeUpTime = QDateTime::fromString(m_device.wakeUpTime, u"yyyy-MM-dd HH:mm:ss"_s);
+        wakeUpTime.setTimeSpec(Qt::UTC);
+        m_wakeUpTimer.start(
+            std::chrono::milliseconds(std::max<qint64>(0, QDateTime::currentDateTimeUtc().msecsTo(wakeUpTime))));
+    }
+    switch (std::exchange(m_device.powerRequest, Device::PowerRequest::None)) {
+    case Device::PowerRequest::None:
+        break;
+    case Device::PowerRequest::Reboot:
+        Q_EMIT rebootRequested();
+        break;
+    case Device::PowerRequest::Shutdown:
+        Q_EMIT shutdownRequested();
+        break;
+    }
+}
+
+void Simulator::wakeUp()
+{
+    m_wakeUpTimer.stop();
+    m_device.wakeUpTime.clear();
+    m_services.value(u"freqmanager"_s)->release();
+}
+
+void Simulator::restartDevice()
+{
+    m_device.restart();
 }
 
 void Simulator::callPowerDaemon(const MemberDescription& method, const QVariantList& arguments)

@@ -4,6 +4,7 @@
 
 #include "Device.h"
 #include "DeviceFiles.h"
+#include "GpioLines.h"
 #include "InterfaceDescription.h"
 #include "SimulatedService.h"
 #include "Timeline.h"
@@ -13,6 +14,7 @@
 #include <QDBusServiceWatcher>
 #include <QHash>
 #include <QObject>
+#include <QTimer>
 
 class QDBusPendingCallWatcher;
 
@@ -26,9 +28,14 @@ class Simulator : public QObject
 
 public:
     /// @param timeline where everything is written; must outlive the simulator
-    /// @param root     see DeviceFiles
-    Simulator(Timeline& timeline, const QString& root, QObject* parent = nullptr);
+    /// @param root     folder of the device's files, see DeviceFiles
+    /// @param gpioRoot folder of its lines, see GpioLines
+    Simulator(Timeline& timeline, const QString& root, const QString& gpioRoot, QObject* parent = nullptr);
     ~Simulator() override;
+
+    /// Makes the files and lines that a device has, and reads its configuration.
+    /// @return whether that went well; *error says what did not
+    [[nodiscard]] bool prepareFiles(QString* error);
 
     /// Puts all services but the named ones on the bus and begins to observe the power daemon.
     /// @return whether that went well; *error says what did not
@@ -58,24 +65,35 @@ public:
     /// Sends the status broadcast of the present state.
     void broadcastStatus();
 
+    /// Ends the standby, if the device is in it: the frequency service answers.
+    void wakeUp();
+    /// The device starts anew; its services stay on the bus.
+    void restartDevice();
+
     /// Calls a method of the power daemon; request and answer go to the timeline, this function does not wait.
     void callPowerDaemon(const MemberDescription& method, const QVariantList& arguments);
 
 Q_SIGNALS:
     /// The power daemon took its name on the bus.
     void powerDaemonUp();
+    /// The frequency service was asked to restart the device, or to power it off.
+    void rebootRequested();
+    void shutdownRequested();
 
 private Q_SLOTS:
     void onPowerDaemonOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
     void onPowerDaemonSignal(const QDBusMessage& message);
 
 private:
+    void onCalled(const QString& method);
     void onAnswer(const QString& method, QDBusPendingCallWatcher* watcher);
 
     Timeline& m_timeline;
     Catalogue m_catalogue;
     Device m_device;
     DeviceFiles m_files;
+    GpioLines m_lines;
+    QTimer m_wakeUpTimer;                         ///< runs while the device is in standby
     QHash<QString, SimulatedService*> m_services; ///< by short name; children
     QString m_observerName;                       ///< of the observer's own bus connection
     QDBusServiceWatcher m_daemonWatcher;

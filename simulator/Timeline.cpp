@@ -5,6 +5,8 @@
 #include <QMetaEnum>
 #include <QMutexLocker>
 
+#include <algorithm>
+
 QString Timeline::Entry::toString() const
 {
     const QString label = QString::fromLatin1(QMetaEnum::fromType<Kind>().valueToKey(static_cast<int>(kind))).toLower();
@@ -68,14 +70,24 @@ qsizetype Timeline::size() const
     return m_entries.size();
 }
 
-QList<Timeline::Entry> Timeline::entries(qsizetype from) const
+qsizetype Timeline::position() const
 {
     const QMutexLocker lock(&m_mutex);
-    return m_entries.mid(from);
+    return m_cleared + m_entries.size();
+}
+
+QList<Timeline::Entry> Timeline::entries(qsizetype from, qsizetype* end) const
+{
+    const QMutexLocker lock(&m_mutex);
+    if (end != nullptr) {
+        *end = m_cleared + m_entries.size();
+    }
+    return m_entries.mid(std::max<qsizetype>(0, from - m_cleared));
 }
 
 void Timeline::clear()
 {
     const QMutexLocker lock(&m_mutex);
+    m_cleared += m_entries.size();
     m_entries.clear();
 }

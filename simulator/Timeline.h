@@ -56,8 +56,11 @@ public:
     void addLogLine(int level, const QString& text);
 
     [[nodiscard]] qsizetype size() const;
-    /// The entries from the index on, a copy.
-    [[nodiscard]] QList<Entry> entries(qsizetype from = 0) const;
+    /// The place where the next entry will stand, counted from the very first one, cleared or not.
+    [[nodiscard]] qsizetype position() const;
+    /// The entries from that place on, a copy; *end receives the place behind the last one.
+    [[nodiscard]] QList<Entry> entries(qsizetype from = 0, qsizetype* end = nullptr) const;
+    /// Forgets the entries; places stay what they are.
     void clear();
 
 Q_SIGNALS:
@@ -67,5 +70,6 @@ Q_SIGNALS:
 private:
     mutable QMutex m_mutex;
     QList<Entry> m_entries;
+    qsizetype m_cleared = 0; ///< number of entries forgotten
     QElapsedTimer m_clock;
 };

@@ -11,8 +11,8 @@ namespace {
 /// "[PowerManager.cpp:80] int PowerManager::init()" becomes "PowerManager::init".
 QString functionName(const QString& place)
 {
-    static const QRegularExpression name(u"([\\w:~]+)\\("_s);
-    return name.match(place, place.indexOf(u']')).captured(1);
+    static const QRegularExpression kName(u"([\\w:~]+)\\("_s);
+    return kName.match(place, place.indexOf(u']')).captured(1);
 }
 
 } // namespace

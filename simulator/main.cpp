@@ -9,9 +9,11 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -28,6 +30,9 @@ constexpr int kDone = 0;
 constexpr int kFailed = 1;   ///< an expectation did not come true, or the power daemon ended on its own
 constexpr int kBadInput = 2; ///< an option or a line is wrong
 constexpr int kNoGround = 3; ///< no session bus, a name taken, a program that can't be started
+
+/// How long the device takes from restart to the start of its daemons; the real one takes longer.
+constexpr std::chrono::milliseconds kBootTime(1000);
 
 constexpr char kDescription[] =
     "Plays all services of the device around the power daemon on the session bus, and shows what happens as one\n"
@@ -74,6 +79,8 @@ private:
     void readStandardInput();
     void takeInput(const QByteArray& bytes);
     void onDaemonEnded(int status, bool wasAsked);
+    /// The device loses its power, and gets it back where it restarts.
+    void endOfPower(bool isRestart);
     void endIfDone();
     /// Ends the program; the first reason counts.
     void end(int status);
@@ -90,11 +97,12 @@ private:
     int m_inputLine = 1;
     bool m_hasBegun = false; ///< the lines are being carried out
     int m_status = kDone;
+    bool m_isRestarting = false; ///< the daemon was ended by a restart of the device
     bool m_isEnding = false;
 };
 
 Program::Program(const QCommandLineParser& options)
-    : m_options(options), m_simulator(m_timeline, QStringLiteral(ZELT_ROOT))
+    : m_options(options), m_simulator(m_timeline, QStringLiteral(ZELT_ROOT), QStringLiteral(ZELT_GPIO_ROOT))
 {
     connect(&m_timeline, &Timeline::added, this, [this](const Timeline::Entry& entry) {
         const QString line = m_format.format(entry);
@@ -113,6 +121,8 @@ bool Program::begin()
         connect(m_daemon.get(), &DaemonProcess::ended, this, &Program::onDaemonEnded);
     }
     m_runner = std::make_unique<ScenarioRunner>(m_simulator, m_daemon.get());
+    connect(&m_simulator, &Simulator::rebootRequested, this, [this] { endOfPower(true); });
+    connect(&m_simulator, &Simulator::shutdownRequested, this, [this] { endOfPower(false); });
     connect(m_runner.get(), &ScenarioRunner::printed, this, &printOut);
     connect(m_runner.get(), &ScenarioRunner::idle, this, &Program::endIfDone);
     connect(m_runner.get(), &ScenarioRunner::failed, this, [this](const QString& reason) {
@@ -130,7 +140,7 @@ bool Program::begin()
         return false;
     }
     watchSignals();
-    if (!m_simulator.files().prepare(&error)) {
+    if (!m_simulator.prepareFiles(&error)) {
         m_timeline.note(error + u": the power daemon will miss it"_s);
     }
     m_timeline.note(u"the device's services are on the bus"_s);
@@ -264,9 +274,24 @@ void Program::onDaemonEnded(int status, bool wasAsked)
     } else if (status < 0) {
         printError(u"can't start "_s + m_options.value(u"run"_s));
         end(kNoGround);
+    } else if (m_isRestarting) {
+        m_isRestarting = false;
+        m_simulator.restartDevice();
+        QTimer::singleShot(kBootTime, m_daemon.get(), &DaemonProcess::start);
     } else if (!wasAsked) {
         printError(u"the power daemon ended on its own, with status "_s + QString::number(status));
         end(kFailed);
+    }
+}
+
+void Program::endOfPower(bool isRestart)
+{
+    m_timeline.note(isRestart ? u"the device restarts"_s : u"the device is off"_s);
+    if (m_daemon) {
+        m_isRestarting = isRestart;
+        m_daemon->stop();
+    } else {
+        m_simulator.restartDevice();
     }
 }
 

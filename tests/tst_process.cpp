@@ -99,14 +99,14 @@ private Q_SLOTS:
         QCOMPARE(daemon.exitCode(), 0);
         QVERIFY(!isOnBus());
         const QStringList lines = daemon.lines();
-        static const QRegularExpression first(
+        static const QRegularExpression kFirst(
             u"^4 /com/quillmark/zelt/powermanager/logobj \\[main\\.cpp:\\d+\\] int main\\(int, char\\*\\*\\): "
             "Starting Power Manager\\.\\.\\.$"_s);
-        static const QRegularExpression last(
+        static const QRegularExpression kLast(
             u"^4 /com/quillmark/zelt/powermanager/powerobj \\[main\\.cpp:\\d+\\] int main\\(int, char\\*\\*\\): "
             "Succesfully terminated$"_s);
-        QVERIFY2(first.match(lines.first()).hasMatch(), qPrintable(lines.first()));
-        QVERIFY2(last.match(lines.last()).hasMatch(), qPrintable(lines.last()));
+        QVERIFY2(kFirst.match(lines.first()).hasMatch(), qPrintable(lines.first()));
+        QVERIFY2(kLast.match(lines.last()).hasMatch(), qPrintable(lines.last()));
         QCOMPARE(lines.filter(u"logobj"_s).size(), 1);
     }
 
@@ -124,7 +124,7 @@ private Q_SLOTS:
         QTRY_COMPARE(daemon.state(), QProcess::NotRunning);
         QCOMPARE(daemon.exitStatus(), QProcess::NormalExit);
         QCOMPARE(daemon.exitCode(), 0);
-        QVERIFY(daemon.lines().last().endsWith(u"Succesfully terminated"));
+        QVERIFY(daemon.lines().constLast().endsWith(u"Succesfully terminated"));
     }
 
     void secondInstanceEnds()
@@ -139,8 +139,8 @@ private Q_SLOTS:
         QTRY_COMPARE(second.state(), QProcess::NotRunning);
         QCOMPARE(second.exitCode(), 255);
         QVERIFY(second.hasLine(u"PowerManager config loaded"_s)); // init() has run
-        QVERIFY(second.lines().last().startsWith(u"1 /com/quillmark/zelt/powermanager/powerobj "));
-        QVERIFY(second.lines().last().endsWith(
+        QVERIFY(second.lines().constLast().startsWith(u"1 /com/quillmark/zelt/powermanager/powerobj "));
+        QVERIFY(second.lines().constLast().endsWith(
             u"DBUS: Can't register service on session bus [com.quillmark.zelt.powermanager]"));
         QCOMPARE(call(kInterface, u"IsActionsEnabled"_s).arguments(), (QVariantList{0, true}));
     }
@@ -157,8 +157,8 @@ private Q_SLOTS:
         QTRY_COMPARE(daemon.state(), QProcess::NotRunning);
         QCOMPARE(daemon.exitCode(), 255);
         QCOMPARE(daemon.lines().size(), 2);
-        QVERIFY(daemon.lines().last().startsWith(u"1 /com/quillmark/zelt/powermanager/powerobj "));
-        QVERIFY(daemon.lines().last().endsWith(u"DBUS: Can't connect to dbus session. Exiting... "));
+        QVERIFY(daemon.lines().constLast().startsWith(u"1 /com/quillmark/zelt/powermanager/powerobj "));
+        QVERIFY(daemon.lines().constLast().endsWith(u"DBUS: Can't connect to dbus session. Exiting... "));
     }
 
     void lostBusEndsIt()
@@ -179,7 +179,7 @@ private Q_SLOTS:
         QCOMPARE(daemon.exitStatus(), QProcess::NormalExit);
         QCOMPARE(daemon.exitCode(), 255);
         QCOMPARE(daemon.lines().filter(QRegularExpression(u"^1 "_s)).size(), 1);
-        QVERIFY(daemon.lines().last().endsWith(u"Succesfully terminated"));
+        QVERIFY(daemon.lines().constLast().endsWith(u"Succesfully terminated"));
         bus.waitForFinished();
     }
 
@@ -199,7 +199,14 @@ private Q_SLOTS:
         const QString served = reply.arguments().value(0).toString();
         QVERIFY2(served.contains(published.mid(begin, published.indexOf(end) + end.size() - begin)),
                  qPrintable(served));
-        QVERIFY(!served.contains(u"local.PowerManager"));
+        // Nothing else of the object is exported.
+        static const QRegularExpression kInterfaceName(u"<interface name=\"([^\"]*)\""_s);
+        QStringList names;
+        for (auto matches = kInterfaceName.globalMatch(served); matches.hasNext();) {
+            names.append(matches.next().captured(1));
+        }
+        QCOMPARE(names, (QStringList{kInterface, u"org.freedesktop.DBus.Properties"_s,
+                                     u"org.freedesktop.DBus.Introspectable"_s, u"org.freedesktop.DBus.Peer"_s}));
     }
 
     void onlyTheInterfaceIsServed_data()
@@ -211,8 +218,8 @@ private Q_SLOTS:
         const QString unknownMethod = u"org.freedesktop.DBus.Error.UnknownMethod"_s;
         const QString unknownInterface = u"org.freedesktop.DBus.Error.UnknownInterface"_s;
         QTest::newRow("own slot") << QString(kInterface) << u"loadActions"_s << QVariantList{0, 12} << unknownMethod;
-        QTest::newRow("own slot, Qt's name")
-            << u"local.PowerManager"_s << u"loadActions"_s << QVariantList{0, 12} << unknownInterface;
+        QTest::newRow("own public slot, Qt's name")
+            << u"local.powermanager.PowerManager"_s << u"IsActionsEnabled"_s << QVariantList() << unknownInterface;
         QTest::newRow("not there") << QString(kInterface) << u"Explode"_s << QVariantList() << unknownMethod;
         QTest::newRow("wrong types") << QString(kInterface) << u"SetActionsEnabled"_s << QVariantList{u"yes"_s}
                                      << unknownMethod;

@@ -1,10 +1,8 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
-#include "Log.h"
 #include "Paths.h"
-#include "PowerManager.h"
+#include "PowerManagerFixture.h"
 #include "RecordingPlatform.h"
-#include "SimulatedDevice.h"
 
 #include <QDir>
 #include <QFile>
@@ -28,9 +26,13 @@ bool writeZoneFile(const QByteArray& content)
            file.write(content) == content.size();
 }
 
-void recordSignal(const QString& name, const QString& argument)
+/// The entries without the settings that are not waited for: their place among the rest is open.
+QStringList withoutSettings(const QStringList& lines)
 {
-    timeline().add(Timeline::Kind::Signal, u"powermanager."_s + name, {argument});
+    static const QRegularExpression kSetting(u"^call (soundmanager\\.SetMasterVolume|lightmanager\\.SetIntensity)"_s);
+    QStringList rest = lines;
+    rest.removeIf([](const QString& line) { return kSetting.match(line).hasMatch(); });
+    return rest;
 }
 
 } // namespace
@@ -40,66 +42,37 @@ class TstZoneActions : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<SimulatedDevice> m_device;
-    std::unique_ptr<PowerManager> m_manager;
+    std::unique_ptr<PowerManagerFixture> m_fixture;
 
-    void startManager()
+    QString run(const QString& lines)
     {
-        m_manager = std::make_unique<PowerManager>(kObjectPath);
-        connect(m_manager.get(), &PowerManager::PowerZoneChanged,
-                [](const QString& name) { recordSignal(u"PowerZoneChanged"_s, name); });
-        connect(m_manager.get(), &PowerManager::ActionsEnabled,
-                [](bool enabled) { recordSignal(u"ActionsEnabled"_s, QVariant(enabled).toString()); });
-        connect(m_manager.get(), &PowerManager::AutoscalingEnabled,
-                [](bool enabled) { recordSignal(u"AutoscalingEnabled"_s, QVariant(enabled).toString()); });
-        QVERIFY(m_manager->init());
+        return m_fixture->run(lines);
     }
 
-    /// What the power daemon logged, asked and announced since the last call, in order; without the settings that it
-    /// does not wait for, whose place among the rest is open.
-    static QStringList take()
+    QStringList take()
     {
-        QStringList lines;
-        const QList<Timeline::Entry> entries = timeline().entries();
-        for (const Timeline::Entry& entry : entries) {
-            const bool isOurs = entry.kind != Timeline::Kind::Command &&
-                                (entry.kind != Timeline::Kind::Signal || entry.name.startsWith(u"powermanager."));
-            const bool isSetting =
-                entry.name == u"soundmanager.SetMasterVolume" || entry.name == u"lightmanager.SetIntensity";
-            if (isOurs && !isSetting) {
-                lines.append(entry.toString());
-            }
-        }
-        timeline().clear();
-        return lines;
+        return withoutSettings(m_fixture->take());
     }
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        _logInterface = new LogInterface(QString());
-    }
-
     void init()
     {
         QTest::failOnWarning(QRegularExpression(u".*"_s));
+        m_fixture = std::make_unique<PowerManagerFixture>();
         QVERIFY(writeZoneFile(kZones));
-        m_device = std::make_unique<SimulatedDevice>(timeline());
-        timeline().clear();
     }
 
     void cleanup()
     {
-        m_manager.reset();
-        m_device.reset();
+        m_fixture.reset();
     }
 
     void startUpReadsAndAppliesTwice()
     {
-        QCOMPARE(m_device->run(u"charge 30"_s), QString());
+        QCOMPARE(run(u"charge 30"_s), QString());
         timeline().clear();
 
-        startManager();
+        QVERIFY(m_fixture->start());
 
         const QStringList reading{
             u"log 9 Reading "_s + paths::zoneFile(), u"log 4 Loaded zone Critical from 0% to 15%"_s,
@@ -153,9 +126,9 @@ private Q_SLOTS:
     {
         QFETCH(QString, before);
         QFETCH(QString, after);
-        startManager();
+        QVERIFY(m_fixture->start());
 
-        QCOMPARE(m_device->run(before + u"\nexpect log \"CurrZone: 2, NewZone: \"\n"_s + after), QString());
+        QCOMPARE(run(before + u"\nexpect log \"CurrZone: 2, NewZone: \"\n"_s + after), QString());
     }
 
     void unreadableValuesCountAsLoud_data()
@@ -164,11 +137,11 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("expected");
         const QString noVolume = u"log 2 Can't read current master volume: suppose 100% (128)"_s;
         const QString noLight = u"log 2 Can't read current light intensity: suppose 100%"_s;
-        const auto sound = [](QStringList lines) {
+        const auto sound = [](const QStringList& lines) {
             return lines + QStringList{u"log 9 Zone Low, Current MasterVolume =128.000000"_s,
                                        u"log 9 Zone Low, SetMasterVolume =80"_s};
         };
-        const auto light = [](QStringList lines) {
+        const auto light = [](const QStringList& lines) {
             return lines +
                    QStringList{u"log 9 Zone Low, Current Light Intensity =100"_s, u"log 9 Zone Low, SetLight =60"_s};
         };
@@ -192,11 +165,11 @@ private Q_SLOTS:
     {
         QFETCH(QString, fault);
         QFETCH(QStringList, expected);
-        startManager();
-        QCOMPARE(m_device->run(fault), QString());
+        QVERIFY(m_fixture->start());
+        QCOMPARE(run(fault), QString());
         timeline().clear();
 
-        QCOMPARE(m_device->run(u"charge 40\nexpect log \"CurrZone: 2, NewZone: 1\""_s), QString());
+        QCOMPARE(run(u"charge 40\nexpect log \"CurrZone: 2, NewZone: 1\""_s), QString());
 
         const QStringList all = take();
         const QString topic = fault.contains(u"sound") ? u"olume"_s : u"ight"_s;
@@ -208,11 +181,11 @@ private Q_SLOTS:
 
     void sameZoneAsksNobody()
     {
-        startManager();
-        QCOMPARE(m_device->run(u"charge 30\nexpect log \"CurrZone: 2, NewZone: 1\""_s), QString());
+        QVERIFY(m_fixture->start());
+        QCOMPARE(run(u"charge 30\nexpect log \"CurrZone: 2, NewZone: 1\""_s), QString());
         timeline().clear();
 
-        QCOMPARE(m_device->run(u"charge 29\nexpect log CurrZone"_s), QString());
+        QCOMPARE(run(u"charge 29\nexpect log CurrZone"_s), QString());
 
         QCOMPARE(take(),
                  (QStringList{u"log 9 Zone 1 not changed for charge 29"_s, u"log 9 CurrZone: 1, NewZone: 1"_s}));
@@ -220,19 +193,19 @@ private Q_SLOTS:
 
     void disabledActionsIgnoreTheCharge()
     {
-        startManager();
-        QCOMPARE(m_device->run(u"charge 30\nexpect volume 80\nexpect light 60"_s), QString());
+        QVERIFY(m_fixture->start());
+        QCOMPARE(run(u"charge 30\nexpect volume 80\nexpect light 60"_s), QString());
         timeline().clear();
 
-        m_manager->SetActionsEnabled(false);
-        QCOMPARE(m_device->run(u"charge 10\nexpect log disabled"_s), QString());
+        m_fixture->manager().SetActionsEnabled(false);
+        QCOMPARE(run(u"charge 10\nexpect log disabled"_s), QString());
         QCOMPARE(take(), (QStringList{u"log 4 PowerActions: 0 "_s, u"signal powermanager.ActionsEnabled(false)"_s,
                                       u"log 9 PowerActions disabled"_s}));
 
         // The zone from before is still current.
-        QCOMPARE(m_device->run(u"charge 31\nexpect log disabled"_s), QString());
+        QCOMPARE(run(u"charge 31\nexpect log disabled"_s), QString());
         timeline().clear();
-        m_manager->SetActionsEnabled(true);
+        m_fixture->manager().SetActionsEnabled(true);
         QCOMPARE(take(), (QStringList{u"log 4 PowerActions: 1 "_s, u"call statusmanager.GetStatus()"_s,
                                       u"log 9 Zone 1 not changed for charge 31"_s, u"log 9 CurrZone: 1, NewZone: 1"_s,
                                       u"signal powermanager.ActionsEnabled(true)"_s}));
@@ -249,11 +222,11 @@ private Q_SLOTS:
     void unknownChargeCountsAsZero()
     {
         QFETCH(QString, fault);
-        startManager();
-        QCOMPARE(m_device->run(fault), QString());
+        QVERIFY(m_fixture->start());
+        QCOMPARE(run(fault), QString());
         timeline().clear();
 
-        m_manager->SetActionsEnabled(true);
+        m_fixture->manager().SetActionsEnabled(true);
 
         const QStringList lines = take();
         QCOMPARE(lines.mid(lines.size() - 3),
@@ -263,12 +236,12 @@ private Q_SLOTS:
 
     void onlyUpdatedConfigurationReloads()
     {
-        startManager();
+        QVERIFY(m_fixture->start());
         QVERIFY(writeZoneFile("[Always]\nhigh_treshold=100\n"));
         timeline().clear();
 
         // Ignored: another type, a failed update. What comes next is the reload of the third.
-        QCOMPARE(m_device->run(u"update 3\nupdate 12 status 1\nupdate 12\nexpect log CurrZone"_s), QString());
+        QCOMPARE(run(u"update 3\nupdate 12 status 1\nupdate 12\nexpect log CurrZone"_s), QString());
 
         QCOMPARE(take(),
                  (QStringList{u"log 4 PowerManager config loaded"_s, u"log 9 Reading "_s + paths::zoneFile(),
@@ -277,14 +250,14 @@ private Q_SLOTS:
                               u"log 9 CurrZone: -1, NewZone: 0"_s, u"signal powermanager.PowerZoneChanged(Always)"_s,
                               u"signal powermanager.ActionsEnabled(true)"_s}));
         QString zone;
-        QCOMPARE(m_manager->CurrentPowerZone(zone), 0);
+        QCOMPARE(m_fixture->manager().CurrentPowerZone(zone), 0);
         QCOMPARE(zone, u"Always"_s);
 
-        m_manager->SetActionsEnabled(false);
+        m_fixture->manager().SetActionsEnabled(false);
         timeline().clear();
-        QCOMPARE(m_device->run(u"update 12\nexpect log \"PowerActions: 0\""_s), QString());
-        QCOMPARE(take().last(), u"signal powermanager.ActionsEnabled(false)"_s);
-        QCOMPARE(m_manager->CurrentPowerZone(zone), 0);
+        QCOMPARE(run(u"update 12\nexpect log \"PowerActions: 0\""_s), QString());
+        QCOMPARE(take().constLast(), u"signal powermanager.ActionsEnabled(false)"_s);
+        QCOMPARE(m_fixture->manager().CurrentPowerZone(zone), 0);
         QCOMPARE(zone, QString());
     }
 
@@ -298,11 +271,11 @@ private Q_SLOTS:
     void malformedBroadcastsAreNotServed()
     {
         QFETCH(QString, fault);
-        startManager();
-        QCOMPARE(m_device->run(u"fail statusmanager.SystemStatus "_s + fault), QString());
+        QVERIFY(m_fixture->start());
+        QCOMPARE(run(u"fail statusmanager.SystemStatus "_s + fault), QString());
         timeline().clear();
 
-        QCOMPARE(m_device->run(u"charge 30\nrepair all\ncharge 99\nexpect log CurrZone"_s), QString());
+        QCOMPARE(run(u"charge 30\nrepair all\ncharge 99\nexpect log CurrZone"_s), QString());
 
         QCOMPARE(take(),
                  (QStringList{u"log 9 Zone 2 not changed for charge 99"_s, u"log 9 CurrZone: 2, NewZone: 2"_s}));
@@ -310,26 +283,26 @@ private Q_SLOTS:
 
     void lateServicesAreHeard()
     {
-        QCOMPARE(m_device->run(u"stop statusmanager\nstop updatemanager"_s), QString());
-        startManager();
+        QCOMPARE(run(u"stop statusmanager\nstop updatemanager"_s), QString());
+        QVERIFY(m_fixture->start());
 
-        QCOMPARE(m_device->run(u"start statusmanager\ncharge 12\nexpect log \"Setting zone Critical params\"\n"
-                               "start updatemanager\nupdate 12\nexpect log \"config loaded\"\n"
-                               "restart statusmanager\ncharge 50\nexpect log \"Setting zone Normal params\""_s),
+        QCOMPARE(run(u"start statusmanager\ncharge 12\nexpect log \"Setting zone Critical params\"\n"
+                     "start updatemanager\nupdate 12\nexpect log \"config loaded\"\n"
+                     "restart statusmanager\ncharge 50\nexpect log \"Setting zone Normal params\""_s),
                  QString());
     }
 
     void floodIsServedInOrder()
     {
         constexpr int kCount = 4000;
-        startManager();
+        QVERIFY(m_fixture->start());
         timeline().clear();
         QStringList expected;
         for (int i = 0; i < kCount; ++i) {
             expected.append(QString::number(1 + i * 37 % 100));
         }
 
-        m_device->invoke([&expected](Simulator& simulator) {
+        m_fixture->device().invoke([&expected](Simulator& simulator) {
             for (const QString& charge : std::as_const(expected)) {
                 simulator.device().chargePercent = charge.toInt();
                 simulator.broadcastStatus();
@@ -337,8 +310,6 @@ private Q_SLOTS:
         });
 
         const auto served = [] {
-            static const QRegularExpression charge(
-                u"not changed for charge (\\d+)$|Setting zone (\\w+) params|CurrZone"_s);
             QStringList lines;
             const QList<Timeline::Entry> entries = timeline().entries();
             for (const Timeline::Entry& entry : entries) {

@@ -3,8 +3,31 @@
 #include "RecordingPlatform.h"
 
 #include "LogInterface.h"
+#include "libgpio.h"
+
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
 
 // The platform's libraries as a test sees them: everything that reaches them is written to the timeline.
+
+namespace {
+
+std::function<void()>& duringPause()
+{
+    static std::function<void()> action;
+    return action;
+}
+
+void recordPause(const QString& length)
+{
+    timeline().add(Timeline::Kind::Pause, length);
+    if (duringPause()) {
+        duringPause()();
+    }
+}
+
+} // namespace
 
 Timeline& timeline()
 {
@@ -23,4 +46,29 @@ LogInterface::~LogInterface() = default;
 void LogInterface::EmitLogString(unsigned int level, const char* text, const char*)
 {
     timeline().addLogLine(static_cast<int>(level), QString::fromLocal8Bit(text));
+}
+
+int LIBGPIO_set_enabled(int line, int on)
+{
+    timeline().add(Timeline::Kind::Line, QString::number(line), {on != 0 ? u"on"_s : u"off"_s});
+    return 0;
+}
+
+void setDuringPause(const std::function<void()>& action)
+{
+    duringPause() = action;
+}
+
+// In place of the C library's, for the whole program.
+
+unsigned int sleep(unsigned int seconds)
+{
+    recordPause(QString::number(seconds) + u" s"_s);
+    return 0;
+}
+
+int usleep(useconds_t microseconds)
+{
+    recordPause(QString::number(microseconds) + u" us"_s);
+    return 0;
 }

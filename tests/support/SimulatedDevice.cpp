@@ -14,8 +14,8 @@ SimulatedDevice::SimulatedDevice(Timeline& timeline, const QStringList& without,
         &m_context,
         [this, &timeline, without, root] {
             QString error;
-            m_simulator = std::make_unique<Simulator>(timeline, root);
-            if (!m_simulator->start(without, &error)) {
+            m_simulator = std::make_unique<Simulator>(timeline, root, QString());
+            if (!m_simulator->prepareFiles(&error) || !m_simulator->start(without, &error)) {
                 qFatal("simulated device: %s", qPrintable(error));
             }
             m_runner = std::make_unique<ScenarioRunner>(*m_simulator, nullptr);
