@@ -1,5 +1,7 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
+// The benchmark library registers by global objects.
+// clazy:excludeall=non-pod-global-static
 #include "ActionManager.h"
 #include "Log.h"
 

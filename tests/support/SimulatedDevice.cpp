@@ -41,8 +41,10 @@ QString SimulatedDevice::run(const QString& lines)
     QString error;
     QEventLoop loop;
     const auto idle = QObject::connect(m_runner.get(), &ScenarioRunner::idle, &loop, &QEventLoop::quit);
-    const auto failed = QObject::connect(m_runner.get(), &ScenarioRunner::failed, &loop,
-                                         [&error](const QString& reason) { error = reason; });
+    // The connection ends below, before the variable does.
+    const auto failed =
+        QObject::connect(m_runner.get(), &ScenarioRunner::failed, &loop,
+                         [&error](const QString& reason) { error = reason; }); // clazy:exclude=lambda-in-connect
     bool isLoaded = false;
     invoke([this, &lines, &error, &isLoaded](Simulator&) {
         isLoaded = m_runner->load(lines, u"test"_s, 1, &error);
