@@ -7,6 +7,8 @@
 
 #include <QTime>
 
+#include <functional>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -28,6 +30,35 @@ void charge(ScenarioRunner& runner)
         runner.simulator().broadcastStatus();
         return device.chargePercent != target;
     });
+}
+
+/// Carries out what may fail, which ends the run.
+void attempt(ScenarioRunner& runner, const std::function<bool(QString* error)>& action)
+{
+    QString error;
+    if (!action(&error)) {
+        runner.fail(error);
+    }
+}
+
+void sendEvent(Simulator& simulator, const QString& name, bool isOn)
+{
+    simulator.sendValues(u"gpeventmanager.GpEvent"_s, {name, isOn});
+}
+
+void hold(ScenarioRunner& runner)
+{
+    Simulator& simulator = runner.simulator();
+    const QStringList buttons =
+        QStringList{runner.value(u"button"_s).toString()} + runner.value(u"buttons"_s).toStringList();
+    const auto press = [&simulator, buttons, isPressed = false]() mutable {
+        isPressed = !isPressed;
+        for (const QString& button : buttons) {
+            sendEvent(simulator, button, isPressed);
+        }
+        return isPressed;
+    };
+    runner.repeat(runner.value(u"seconds"_s).toDouble(), press);
 }
 
 } // namespace
@@ -84,11 +115,6 @@ QList<Command> deviceCommands()
              runner.simulator().send({u"soundmanager.PlayRequested"_s, {}});
              runner.simulator().sendValues(u"soundmanager.PlayingFile"_s, {runner.value(u"file"_s)});
          }},
-        {"event <name> <value:on|off>", "sends a hardware event of that name", kActs,
-         [](ScenarioRunner& runner) {
-             runner.simulator().sendValues(u"gpeventmanager.GpEvent"_s,
-                                           {runner.value(u"name"_s), runner.value(u"value"_s)});
-         }},
         {"update <type:int:0:1000> [status <status:int:-1000:1000>]",
          "an update of files: the update service tells begin and end; type 12 are the configuration files", kActs,
          [](ScenarioRunner& runner) {
@@ -96,18 +122,67 @@ QList<Command> deviceCommands()
              runner.simulator().sendValues(u"updatemanager.FilesUpdateStarted"_s, {0, runner.value(u"type"_s)});
              runner.simulator().sendValues(u"updatemanager.FilesUpdated"_s, values);
          }},
+
+        // Buttons and lines
+        {"press <button>", "presses a button (reset_factory, seek-)", kActs,
+         [](ScenarioRunner& runner) { sendEvent(runner.simulator(), runner.value(u"button"_s).toString(), true); }},
+        {"release <button>", "releases it", kActs,
+         [](ScenarioRunner& runner) { sendEvent(runner.simulator(), runner.value(u"button"_s).toString(), false); }},
+        {"hold <button> <buttons...> for <seconds:number:0:86400>",
+         "presses buttons, one after the other, and releases them after that time; the line takes as long", kActs,
+         &hold},
+        {"low-power <switch:on|off>", "the power microcontroller's low-power line", kActs,
+         [](ScenarioRunner& runner) {
+             sendEvent(runner.simulator(), u"power|atmega_low_power"_s, runner.value(u"switch"_s).toBool());
+         }},
+        {"event <name> <value:on|off>", "sends a hardware event of that name", kActs,
+         [](ScenarioRunner& runner) {
+             sendEvent(runner.simulator(), runner.value(u"name"_s).toString(), runner.value(u"value"_s).toBool());
+         }},
+        {"mode <mode:infrastructure|access-point>", "sets the mode selector, GPIO line 134", kActs,
+         [](ScenarioRunner& runner) {
+             attempt(runner, [&runner](QString* error) {
+                 return runner.simulator().lines().selectMode(runner.value(u"mode"_s) == u"access-point"_s, error);
+             });
+         }},
+
+        // What is kept on the device
+        {"schedule <count:int:0:1000000>", "puts so many entries into the scheduler", kActs,
+         [](ScenarioRunner& runner) {
+             runner.simulator().device().scheduleEntries = runner.value(u"count"_s).toInt();
+         }},
+        {"events <count:int:0:1000000>", "puts so many entries into the event manager", kActs,
+         [](ScenarioRunner& runner) { runner.simulator().device().eventEntries = runner.value(u"count"_s).toInt(); }},
+        {"userdata <name>", "puts a file of that name among the user's data", kActs,
+         [](ScenarioRunner& runner) {
+             attempt(runner, [&runner](QString* error) {
+                 return runner.simulator().files().addUserData(runner.value(u"name"_s).toString(), error);
+             });
+         }},
         {"zones <file>", "puts a copy of FILE in the zone file's place; \"update 12\" tells the power daemon", kActs,
          [](ScenarioRunner& runner) {
-             QString error;
-             if (!runner.simulator().files().installZones(runner.value(u"file"_s).toString(), &error)) {
-                 runner.fail(error);
-             }
+             attempt(runner, [&runner](QString* error) {
+                 return runner.simulator().files().installZones(runner.value(u"file"_s).toString(), error);
+             });
          }},
-        {"config <group> <key> <value>", "sets a value of the configuration store", kActs,
+        {"script <script:clear_data|post_factory_restore> <behaviour:works|fails|hangs|missing>",
+         "replaces a script of the device, or takes it away; it stays so", kActs,
+         [](ScenarioRunner& runner) {
+             attempt(runner, [&runner](QString* error) {
+                 return runner.simulator().files().installScript(runner.value(u"script"_s).toString(),
+                                                                 runner.value(u"behaviour"_s).toString(), error);
+             });
+         }},
+        {"config <group> <key> <value>", "sets a value of the configuration store; \"\" is an empty one", kActs,
          [](ScenarioRunner& runner) {
              runner.simulator().device().config.insert(
                  {runner.value(u"group"_s).toString(), runner.value(u"key"_s).toString()},
                  runner.value(u"value"_s).toString());
+         }},
+        {"forget <group> <key>", "removes a key of the configuration store", kActs,
+         [](ScenarioRunner& runner) {
+             runner.simulator().device().config.remove(
+                 {runner.value(u"group"_s).toString(), runner.value(u"key"_s).toString()});
          }},
     };
 }

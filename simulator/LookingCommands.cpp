@@ -5,7 +5,11 @@
 #include "ScenarioRunner.h"
 #include "Simulator.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
+#include <cmath>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -59,6 +63,64 @@ void expectMember(ScenarioRunner& runner, Timeline::Kind kind, const QString& la
                        memberEntry(kind, name, arguments));
 }
 
+/// Waits for a number of the device to be the one in the line.
+void expectNumber(ScenarioRunner& runner, const QString& what, double (*read)(Simulator& simulator))
+{
+    Simulator& simulator = runner.simulator();
+    const double expected = runner.value(u"number"_s).toDouble();
+    runner.expect(
+        what + u' ' + QString::number(expected), within(runner),
+        [&simulator, expected, read] { return read(simulator) == expected; },
+        [&simulator, read] { return QString::number(read(simulator)); });
+}
+
+/// How far a time of a pattern may be off.
+constexpr double kPatternTolerance = 0.15;
+
+bool isSamePatternWord(const QString& actual, const QString& expected)
+{
+    bool isTime = false;
+    const double expectedTime = expected.toDouble(&isTime);
+    return isTime ? std::abs(actual.toDouble() - expectedTime) <= kPatternTolerance : actual == expected;
+}
+
+void expectPattern(ScenarioRunner& runner)
+{
+    static const QRegularExpression kForm(u"^on( [\\d.]+ off [\\d.]+ on)*( [\\d.]+)?$"_s);
+    const QStringList words = runner.value(u"words"_s).toStringList();
+    const QString pattern = words.join(u' ');
+    if (!kForm.match(pattern).hasMatch()) {
+        runner.fail(u"found \""_s + pattern +
+                    u"\", expected a pattern such as on 0.5 off 0.5 on 2, without the last "
+                    "time for a line that stays on"_s);
+        return;
+    }
+    const QStringList expected = QStringList{u"pattern"_s} + words;
+    runner.expectEntry(u"pattern "_s + pattern, within(runner), [expected](const Timeline::Entry& entry) {
+        return entry.kind == Timeline::Kind::Line && std::equal(entry.arguments.begin(), entry.arguments.end(),
+                                                                expected.begin(), expected.end(), &isSamePatternWord);
+    });
+}
+
+/// The text of the line's key in the configuration store; nothing where it is missing.
+std::optional<QString> configValue(ScenarioRunner& runner)
+{
+    const auto& config = runner.simulator().device().config;
+    const auto found = config.constFind({runner.value(u"group"_s).toString(), runner.value(u"key"_s).toString()});
+    return found == config.constEnd() ? std::nullopt : std::optional(*found);
+}
+
+/// The run fails unless the line's key has that value; without one, unless it is missing.
+void expectConfig(ScenarioRunner& runner, const std::optional<QString>& value)
+{
+    const auto shown = [](const std::optional<QString>& text) { return text ? u'"' + *text + u'"' : u"missing"_s; };
+    const std::optional<QString> found = configValue(runner);
+    if (found != value) {
+        runner.fail(u"expected "_s + runner.value(u"group"_s).toString() + u'/' + runner.value(u"key"_s).toString() +
+                    u" to be "_s + shown(value) + u", but it is "_s + shown(found));
+    }
+}
+
 bool isPartOn(const Device& device, const QString& part)
 {
     if (part == u"light") {
@@ -110,19 +172,35 @@ QList<Command> lookingCommands()
                  return entry.kind == Timeline::Kind::Process && entry.name == state;
              });
          }},
-        {"expect volume <level:number:-128:128> [within <within:number:0:86400>]", "waits for the master volume",
+        {"expect volume <number:number:-128:128> [within <within:number:0:86400>]", "waits for the master volume",
          kLooks,
          [](ScenarioRunner& runner) {
-             const double level = runner.value(u"level"_s).toDouble();
-             runner.expect(u"volume "_s + QString::number(level), within(runner),
-                           [&runner, level] { return runner.simulator().device().masterVolume == level; });
+             expectNumber(runner, u"volume"_s,
+                          [](Simulator& simulator) -> double { return simulator.device().masterVolume; });
          }},
-        {"expect light <intensity:int:0:100> [within <within:number:0:86400>]", "waits for the light's intensity",
+        {"expect light <number:int:0:100> [within <within:number:0:86400>]",
+         "waits for the light's intensity in percent", kLooks,
+         [](ScenarioRunner& runner) {
+             expectNumber(runner, u"light"_s,
+                          [](Simulator& simulator) -> double { return simulator.device().lightIntensity; });
+         }},
+        {"expect schedule <number:int:0:1000000> [within <within:number:0:86400>]",
+         "waits for the number of entries in the scheduler", kLooks,
+         [](ScenarioRunner& runner) {
+             expectNumber(runner, u"schedule"_s,
+                          [](Simulator& simulator) -> double { return simulator.device().scheduleEntries; });
+         }},
+        {"expect events <number:int:0:1000000> [within <within:number:0:86400>]", "likewise in the event manager",
          kLooks,
          [](ScenarioRunner& runner) {
-             const uint intensity = runner.value(u"intensity"_s).toUInt();
-             runner.expect(u"light "_s + QString::number(intensity), within(runner),
-                           [&runner, intensity] { return runner.simulator().device().lightIntensity == intensity; });
+             expectNumber(runner, u"events"_s,
+                          [](Simulator& simulator) -> double { return simulator.device().eventEntries; });
+         }},
+        {"expect userdata <number:int:0:1000000> [within <within:number:0:86400>]",
+         "waits for the number of files among the user's data", kLooks,
+         [](ScenarioRunner& runner) {
+             expectNumber(runner, u"userdata"_s,
+                          [](Simulator& simulator) -> double { return simulator.files().userDataCount(); });
          }},
         {"expect switch <part:light|rgb|camera|phone> <state:on|off> [within <within:number:0:86400>]",
          "waits for a part of the device to be on or off", kLooks,
@@ -141,18 +219,20 @@ QList<Command> lookingCommands()
              runner.expectEntry(what, within(runner),
                                 [what](const Timeline::Entry& entry) { return entry.toString() == what; });
          }},
-        {"expect config <group> <key> <value>", "looks for a value of the configuration store", kLooks,
+        {"expect pattern <words...> [within <within:number:0:86400>]",
+         "waits for the indicator to come to rest after on 0.5 off 0.5 on 2, say; without the last time it stays on",
+         kLooks, &expectPattern},
+        {"expect frozen <state:on|off> [within <within:number:0:86400>]",
+         "waits for the configuration store to be frozen, or not", kLooks,
          [](ScenarioRunner& runner) {
-             const QString group = runner.value(u"group"_s).toString();
-             const QString key = runner.value(u"key"_s).toString();
-             const QString value = runner.value(u"value"_s).toString();
-             const auto found = runner.simulator().device().config.constFind({group, key});
-             if (found == runner.simulator().device().config.constEnd() || *found != value) {
-                 runner.fail(
-                     u"expected "_s + group + u'/' + key + u" to be \""_s + value + u"\", but it is "_s +
-                     (found == runner.simulator().device().config.constEnd() ? u"missing"_s : u'"' + *found + u'"'));
-             }
+             const bool isFrozen = runner.value(u"state"_s).toBool();
+             runner.expect(isFrozen ? u"a frozen store"_s : u"a store that is not frozen"_s, within(runner),
+                           [&runner, isFrozen] { return runner.simulator().device().isConfigFrozen == isFrozen; });
          }},
+        {"expect config <group> <key> <value>", "looks for a value of the configuration store", kLooks,
+         [](ScenarioRunner& runner) { expectConfig(runner, runner.value(u"value"_s).toString()); }},
+        {"expect no config <group> <key>", "fails if there is such a key", kLooks,
+         [](ScenarioRunner& runner) { expectConfig(runner, std::nullopt); }},
         {"expect no call <name:method> <arguments...> [for <for:number:0:86400>]",
          "fails if there was such a call, or comes one in that time", kLooks,
          [](ScenarioRunner& runner) {
