@@ -34,6 +34,8 @@ constexpr int kAccessPointMode = 1;
 
 constexpr int kClearDataTimeoutMs = 30'000;
 constexpr int kPostRestoreTimeoutMs = 5000;
+/// How long a script that is killed may take to go.
+constexpr int kKillTimeoutMs = 1000;
 
 /// What the upgrade service tells.
 constexpr int kRecoveryStarted = 1;
@@ -50,11 +52,12 @@ bool runScript(const QString& path, int timeoutMs)
     script.setStandardErrorFile(QProcess::nullDevice());
     script.start(path, QStringList());
     const bool isFinished = script.waitForFinished(timeoutMs);
-    if (!isFinished) {
+    if (isFinished) {
+        script.close();
+    } else {
         script.kill();
-        (void)script.waitForFinished(kPostRestoreTimeoutMs); // reaps it
+        (void)script.waitForFinished(kKillTimeoutMs); // not close(), which waits for ever
     }
-    script.close();
     return isFinished;
 }
 
@@ -99,6 +102,7 @@ FactoryRestoreManager::FactoryRestoreManager(QObject* parent) : QObject(parent)
     for (QTimer* timer : {&m_softResetTimer, &m_hardResetTimer}) {
         timer->setInterval(kHoldTime);
         timer->setSingleShot(true);
+        timer->setTimerType(Qt::PreciseTimer); // the others may fire early
     }
     m_initOk = connect(&m_softResetTimer, &QTimer::timeout, this, &FactoryRestoreManager::SoftResetTimer_Elapsed) &&
                connect(&m_hardResetTimer, &QTimer::timeout, this, &FactoryRestoreManager::HardResetTimer_Elapsed);

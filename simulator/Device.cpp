@@ -16,6 +16,9 @@ constexpr QLatin1StringView kTimeFormat("yyyy-MM-dd HH:mm:ss");
 /// The status of a refusal. The daemons' own codes differ; none of them is 0.
 constexpr int kRefused = -1;
 
+/// The group whose keys QSettings has without a group: it reads "[GENERAL]" so.
+constexpr QLatin1StringView kUngrouped("GENERAL");
+
 QVariantMap refused()
 {
     return {{u"Status"_s, kRefused}};
@@ -54,6 +57,11 @@ constexpr MethodEffect kMethodEffects[] = {
     {"configmanager.Save",
      [](Device& device, const QVariantList&) -> QVariantMap {
          return device.saveConfig() ? QVariantMap() : refused();
+     }},
+    {"eventmanager.Clear",
+     [](Device& device, const QVariantList&) -> QVariantMap {
+         device.eventEntries = 0;
+         return {};
      }},
     {"freqmanager.Reboot",
      [](Device& device, const QVariantList&) -> QVariantMap {
@@ -134,6 +142,11 @@ constexpr MethodEffect kMethodEffects[] = {
      [](Device& device, const QVariantList&) -> QVariantMap {
          return {{u"0"_s, device.isRgbDisabled}};
      }},
+    {"scheduler.Clear",
+     [](Device& device, const QVariantList&) -> QVariantMap {
+         device.scheduleEntries = 0;
+         return {};
+     }},
     {"soundmanager.GetStatus",
      [](Device& device, const QVariantList&) -> QVariantMap {
          return {{u"MasterVolume"_s, device.masterVolume}};
@@ -177,7 +190,8 @@ bool Device::saveConfig() const
     QSettings file(configFile, QSettings::IniFormat);
     file.clear();
     for (auto entry = config.constBegin(); entry != config.constEnd(); ++entry) {
-        file.setValue(entry.key().first + u'/' + entry.key().second, entry.value());
+        const auto& [group, key] = entry.key();
+        file.setValue(group == kUngrouped ? key : group + u'/' + key, entry.value());
     }
     file.sync();
     return file.status() == QSettings::NoError;
@@ -192,7 +206,9 @@ void Device::loadConfig()
     const QSettings file(configFile, QSettings::IniFormat);
     const QStringList keys = file.allKeys();
     for (const QString& key : keys) {
-        config.insert({key.section(u'/', 0, 0), key.section(u'/', 1)}, file.value(key).toString());
+        const bool isGrouped = key.contains(u'/');
+        config.insert({isGrouped ? key.section(u'/', 0, 0) : kUngrouped, isGrouped ? key.section(u'/', 1) : key},
+                      file.value(key).toString());
     }
 }
 

@@ -43,7 +43,9 @@ struct Device
     bool isCameraEnabled = false;
     bool isPhoneForcedOff = false;
     int freqMHz = 200;
-    QString wakeUpTime; ///< of the alarm, UTC, "yyyy-MM-dd HH:mm:ss"; empty: not set
+    int scheduleEntries = 0; ///< in the scheduler
+    int eventEntries = 0;    ///< in the event manager
+    QString wakeUpTime;      ///< of the alarm, UTC, "yyyy-MM-dd HH:mm:ss"; empty: not set
     PowerRequest powerRequest = PowerRequest::None;
     QString configFile; ///< where the configuration is saved; empty: nowhere
     bool isConfigFrozen = false;

@@ -14,16 +14,27 @@ namespace {
 constexpr int kIndicatorLine = 24;
 constexpr int kModeSelectLine = 134;
 
-QByteArray readLevel(const QString& path)
+bool readLevel(const QString& path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
+    return file.open(QIODevice::ReadOnly) && file.readAll().trimmed() == "1";
+}
+
+/// Sets a level in place, so that nobody finds the file empty.
+bool writeLevel(const QString& path, bool isOn, QString* error)
+{
+    QFile file(path);
+    const bool isWritten = file.open(QIODevice::ReadWrite) && file.write(isOn ? "1\n" : "0\n") > 0 && file.flush();
+    if (!isWritten) {
+        *error = path + u": "_s + file.errorString();
+    }
+    return isWritten;
 }
 
 } // namespace
 
 GpioLines::GpioLines(const QString& root, Timeline& timeline, QObject* parent)
-    : QObject(parent), m_root(root), m_timeline(timeline)
+    : QObject(parent), m_root(root), m_timeline(timeline), m_indicatorPattern(kIndicatorLine, timeline)
 {
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, &GpioLines::onFileChanged);
 }
@@ -34,21 +45,33 @@ bool GpioLines::prepare(QString* error)
         return true;
     }
     for (const int line : {kIndicatorLine, kModeSelectLine}) {
-        QFile file(valueFile(line));
-        if (!QDir().mkpath(QFileInfo(file).path()) || (!file.exists() && !file.open(QIODevice::WriteOnly)) ||
-            (file.isOpen() && file.write("0\n") < 0)) {
-            *error = file.fileName() + u": "_s + file.errorString();
+        const QString path = valueFile(line);
+        // The selector is a switch: it stays where it was put.
+        const bool isKept = line == kModeSelectLine && QFile::exists(path);
+        if (!QDir().mkpath(QFileInfo(path).path())) {
+            *error = u"can't make the folder "_s + QFileInfo(path).path();
+            return false;
+        }
+        if (!isKept && !writeLevel(path, false, error)) {
+            return false;
+        }
+        m_watched.insert(path, line);
+        m_levels.insert(line, readLevel(path));
+        if (!m_watcher.addPath(path)) {
+            *error = u"can't watch "_s + path;
             return false;
         }
     }
-    const QString indicator = valueFile(kIndicatorLine);
-    m_watched.insert(indicator, kIndicatorLine);
-    m_levels.insert(kIndicatorLine, readLevel(indicator));
-    if (!m_watcher.addPath(indicator)) {
-        *error = u"can't watch "_s + indicator;
+    return true;
+}
+
+bool GpioLines::selectMode(bool isAccessPoint, QString* error)
+{
+    if (m_root.isEmpty()) {
+        *error = u"this device has no lines"_s;
         return false;
     }
-    return true;
+    return writeLevel(valueFile(kModeSelectLine), isAccessPoint, error);
 }
 
 QString GpioLines::valueFile(int line) const
@@ -59,9 +82,13 @@ QString GpioLines::valueFile(int line) const
 void GpioLines::onFileChanged(const QString& path)
 {
     const int line = m_watched.value(path);
-    const QByteArray level = readLevel(path);
-    if (m_levels.value(line) != level) {
-        m_levels.insert(line, level);
-        m_timeline.add(Timeline::Kind::Line, QString::number(line), {level == "1" ? u"on"_s : u"off"_s});
+    const bool isOn = readLevel(path);
+    if (m_levels.value(line) == isOn) {
+        return;
+    }
+    m_levels.insert(line, isOn);
+    m_timeline.add(Timeline::Kind::Line, QString::number(line), {isOn ? u"on"_s : u"off"_s});
+    if (line == kIndicatorLine) {
+        m_indicatorPattern.change(isOn);
     }
 }

@@ -57,7 +57,9 @@ public:
     void repeat(double intervalSeconds, std::function<bool()> step);
     /// The line takes until the condition is true, which is looked at after every entry of the timeline; if it is not
     /// true in time, the run fails.
-    void expect(const QString& what, double withinSeconds, std::function<bool()> condition);
+    /// @param found says what there is instead
+    void expect(const QString& what, double withinSeconds, std::function<bool()> condition,
+                std::function<QString()> found = {});
     /// As expect(), for an entry of the timeline since the last command that did something.
     void expectEntry(const QString& what, double withinSeconds, EntryTest matches);
     /// The run fails if there is, or within that time comes, such an entry.

@@ -94,6 +94,11 @@ const DeviceFiles& Simulator::files() const
     return m_files;
 }
 
+GpioLines& Simulator::lines()
+{
+    return m_lines;
+}
+
 Timeline& Simulator::timeline()
 {
     return m_timeline;

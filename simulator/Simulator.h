@@ -44,6 +44,7 @@ public:
     [[nodiscard]] const Catalogue& catalogue() const;
     [[nodiscard]] Device& device();
     [[nodiscard]] const DeviceFiles& files() const;
+    [[nodiscard]] GpioLines& lines();
     [[nodiscard]] Timeline& timeline();
 
     /// A service of the catalogue by its short name; null where there is none.

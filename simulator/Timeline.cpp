@@ -64,6 +64,11 @@ void Timeline::addLogLine(int level, const QString& text)
     add(entry);
 }
 
+qint64 Timeline::elapsedMs() const
+{
+    return m_clock.elapsed();
+}
+
 qsizetype Timeline::size() const
 {
     const QMutexLocker lock(&m_mutex);

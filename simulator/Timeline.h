@@ -36,14 +36,15 @@ public:
     {
         Kind kind = Kind::Note;
         QString name;          ///< member ("soundmanager.GetStatus"), line number, or the text itself
-        QStringList arguments; ///< of a member; a line's level; a command's text
+        QStringList arguments; ///< of a member; a line's level, or "pattern" and its words
         int level = 0;         ///< of a log line
         QString place;         ///< of a log line: source and function
-        QString result;        ///< of a call: what was answered
+        QString result;        ///< of a call: what was answered; of a pattern: its drawing
         qint64 msec = 0;       ///< since the timeline was created; set when added
 
         /// The entry as one line without its time: kind and content, e.g. "call soundmanager.SetMasterVolume(80)",
-        /// "signal powermanager.PowerZoneChanged(Low)", "log 4 Setting zone Low params", "line 24 on".
+        /// "signal powermanager.PowerZoneChanged(Low)", "log 4 Setting zone Low params", "line 24 on",
+        /// "line 24 pattern on 0.5 off 0.5 on 2".
         [[nodiscard]] QString toString() const;
     };
 
@@ -54,6 +55,9 @@ public:
     void note(const QString& text);
     /// Adds a log line from its parts; text is "[file:line] function: message".
     void addLogLine(int level, const QString& text);
+
+    /// The present time on the clock of the entries.
+    [[nodiscard]] qint64 elapsedMs() const;
 
     [[nodiscard]] qsizetype size() const;
     /// The place where the next entry will stand, counted from the very first one, cleared or not.

@@ -4,6 +4,8 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -13,6 +15,13 @@ QString functionName(const QString& place)
 {
     static const QRegularExpression kName(u"([\\w:~]+)\\("_s);
     return kName.match(place, place.indexOf(u']')).captured(1);
+}
+
+/// Arguments as a person reads them: an empty text is seen.
+QString argumentList(QStringList arguments)
+{
+    std::replace(arguments.begin(), arguments.end(), QString(), u"\"\""_s);
+    return u'(' + arguments.join(u", "_s) + u')';
 }
 
 } // namespace
@@ -27,6 +36,7 @@ QString TimelineText::format(const Timeline::Entry& entry) const
         break;
     case Timeline::Kind::Call:
         label = u"call"_s;
+        text = entry.name + argumentList(entry.arguments);
         text += entry.result.isEmpty() ? QString() : u" -> "_s + entry.result;
         break;
     case Timeline::Kind::Answer:
@@ -39,6 +49,10 @@ QString TimelineText::format(const Timeline::Entry& entry) const
         }
         label = u"log "_s + QString::number(entry.level);
         text = (showFullPlace ? entry.place : functionName(entry.place)) + u": "_s + entry.name;
+        break;
+    case Timeline::Kind::Line:
+        label = u"line"_s;
+        text += entry.result.isEmpty() ? QString() : u"   "_s + entry.result;
         break;
     case Timeline::Kind::Process:
         label = u"daemon"_s;

@@ -364,9 +364,9 @@ private Q_SLOTS:
         QTest::newRow("light state: status")
             << u"fail lightmanager.GetSwitch status 4"_s << question << supposedOff << u"0"_s;
         QTest::newRow("light state: error keeps the one before")
-            << u"fail lightmanager.GetSwitch error"_s << question << QStringList() << u"0"_s;
+            << u"fail lightmanager.GetSwitch error"_s << question << QStringList() << u"1"_s;
         QTest::newRow("light state: no value")
-            << u"fail lightmanager.GetSwitch few"_s << question << QStringList() << u"0"_s;
+            << u"fail lightmanager.GetSwitch few"_s << question << QStringList() << u"1"_s;
 
         const QString rgbQuestion = u"call rgbfeaturemanager.IsDisabled()"_s;
         const QStringList supposedOn{u"log 2 Can't find if Rgb is disabled: suppose not"_s};
@@ -382,7 +382,10 @@ private Q_SLOTS:
         QFETCH(QString, where);
         QFETCH(QStringList, lines);
         QFETCH(QString, savedLight);
-        QCOMPARE(run(fault), QString());
+        QCOMPARE(run(u"light on\nrgb off"_s), QString());
+        QCOMPARE(manager().Reboot(u"before"_s), 0); // saves light on, RGB disabled
+        QCOMPARE(run(u"light on\nrgb on\n"_s + fault), QString());
+        take();
 
         QCOMPARE(manager().Reboot(u"r"_s), 0);
 

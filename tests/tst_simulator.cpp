@@ -76,6 +76,7 @@ private Q_SLOTS:
             << u"fail soundmanager.Sing error"_s
             << u"found \"soundmanager.Sing\", expected a member of soundmanager (methods: GetStatus, SetMasterVolume; "
                "signals: PlayRequested, PlayingFile, PlayingPlaylist) for MEMBER"_s;
+        QTest::newRow("no button") << u"hold for 5"_s << u"found the end of the line, expected \"for\""_s;
         QTest::newRow("open quotation") << u"note \"half"_s
                                         << u"found the end of the line, expected a closing quotation mark"_s;
         QTest::newRow("keyword in quotation marks")
@@ -169,6 +170,60 @@ private Q_SLOTS:
         QCOMPARE(callLight(u"Glow"_s).errorName(), u"org.freedesktop.DBus.Error.UnknownMethod"_s);
         QCOMPARE(callLight(u"SetIntensity"_s, {5U}).arguments(), QVariantList{0});
         QCOMPARE(device.run(u"expect light 5"_s), QString());
+    }
+
+    void linesDoWhatTheySay_data()
+    {
+        QTest::addColumn<QString>("lines");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("buttons are held") << u"hold reset_factory seek- for 0.02\n"
+                                             "expect signal gpeventmanager.GpEvent seek- true\n"
+                                             "expect signal gpeventmanager.GpEvent reset_factory false"_s
+                                          << QString();
+        QTest::newRow("key is forgotten")
+            << u"config A b \"\"\nexpect config A b \"\"\nforget A b\nexpect no config A b"_s << QString();
+        QTest::newRow("what was found")
+            << u"events 4\nexpect events 3 within 0"_s
+            << u"test:2: \"expect events 3 within 0\": expected events 3 within 0 s, found 4"_s;
+        QTest::newRow("pattern that begins with off") << u"expect pattern off 0.5"_s
+                                                      << u"test:1: \"expect pattern off 0.5\": found \"off 0.5\", "
+                                                         u"expected a pattern such as on 0.5 off 0.5 on 2, "
+                                                         "without the last time for a line that stays on"_s;
+    }
+
+    void linesDoWhatTheySay()
+    {
+        QFETCH(QString, lines);
+        SimulatedDevice device(timeline());
+        QTEST(device.run(lines), "error");
+    }
+
+    void filesAndLinesOfADevice()
+    {
+        const QString root = QStringLiteral(ZELT_ROOT "/with a blank");
+        QDir(root).removeRecursively();
+        QVERIFY(QDir().mkpath(root + u"/data/config"_s));
+        QFile config(root + u"/data/config/config.ini"_s);
+        QVERIFY(config.open(QIODevice::WriteOnly));
+        config.write("[GENERAL]\nNickname=\"a, b\"\n[SIP]\nuser=\n");
+        config.close();
+        SimulatedDevice device(timeline(), {}, root);
+
+        QCOMPARE(device.run(u"expect config GENERAL Nickname \"a, b\"\nexpect config SIP user \"\""_s), QString());
+        QCOMPARE(
+            device.run(u"mode access-point\nexpect line 134 on\nuserdata .b\nuserdata \"c d\"\nexpect userdata 2"_s),
+            QString());
+        QCOMPARE(QProcess::execute(root + u"/bin/clear_data.sh"_s), 0);
+        QCOMPARE(device.run(u"expect userdata 0\nscript clear_data fails"_s), QString());
+        QCOMPARE(QProcess::execute(root + u"/bin/clear_data.sh"_s), 1);
+
+        QFile indicator(root + u"/gpio/gpio24/value"_s);
+        QVERIFY(indicator.open(QIODevice::ReadWrite | QIODevice::Unbuffered));
+        indicator.write("1");
+        QCOMPARE(device.run(u"expect line 24 on\nwait 0.1"_s), QString());
+        indicator.seek(0);
+        indicator.write("0");
+        QCOMPARE(device.run(u"expect pattern on 0.1"_s), QString());
     }
 
     void shippedScenariosAreRight()

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
 #include "FactoryRestoreManager.h"
+#include "LoadMonitor.h"
 #include "Paths.h"
 #include "PowerManagerFixture.h"
 #include "RecordingPlatform.h"
@@ -55,6 +56,17 @@ private Q_SLOTS:
         QVERIFY(lines.contains(u"log 4 HARD FACTORY RESET timer elapsed"_s));
         QVERIFY(lines.contains(u"log 4 SOFT FACTORY RESET timer elapsed"_s));
         QCOMPARE(completed.size(), 1);
+    }
+
+    void loadIsSampledOnceASecond()
+    {
+        QVERIFY(QFile::remove(paths::cpuCounters())); // which every sample reports
+        LoadMonitor monitor(nullptr);
+
+        QVERIFY(monitor.start());
+
+        QCOMPARE(m_fixture->run(u"wait 3.5"_s), QString());
+        QCOMPARE(m_fixture->take(), QStringList(3, u"log 1 Error opening "_s + paths::cpuCounters()));
     }
 
     void muteRgbServiceCostsFiveSeconds()

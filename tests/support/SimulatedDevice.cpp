@@ -14,7 +14,7 @@ SimulatedDevice::SimulatedDevice(Timeline& timeline, const QStringList& without,
         &m_context,
         [this, &timeline, without, root] {
             QString error;
-            m_simulator = std::make_unique<Simulator>(timeline, root, QString());
+            m_simulator = std::make_unique<Simulator>(timeline, root, root.isEmpty() ? QString() : root + u"/gpio"_s);
             if (!m_simulator->prepareFiles(&error) || !m_simulator->start(without, &error)) {
                 qFatal("simulated device: %s", qPrintable(error));
             }

@@ -18,7 +18,7 @@ class SimulatedDevice
 public:
     /// @param timeline where the device records; must outlive it
     /// @param without  services that are left out
-    /// @param root     folder of the device's files; empty: none
+    /// @param root     folder of the device's files, with its GPIO lines in "gpio"; empty: none
     explicit SimulatedDevice(Timeline& timeline, const QStringList& without = {}, const QString& root = {});
     ~SimulatedDevice();
     Q_DISABLE_COPY_MOVE(SimulatedDevice)

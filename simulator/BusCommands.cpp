@@ -1,0 +1,158 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "CommandGroups.h"
+
+#include "DBusValues.h"
+#include "DaemonProcess.h"
+#include "ScenarioRunner.h"
+#include "Simulator.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Turns the words of a line into the values of a member's arguments.
+std::optional<QVariantList> convertArguments(ScenarioRunner& runner, const QList<ArgumentDescription>& arguments,
+                                             const QStringList& texts)
+{
+    QVariantList values;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QVariant value = i < texts.size() ? dbusvalues::convert(texts.at(i), arguments.at(i).type) : QVariant();
+        if (!value.isValid()) {
+            runner.fail(
+                u"found "_s + (i < texts.size() ? u'"' + texts.at(i) + u'"' : u"nothing"_s) + u", expected "_s +
+                dbusvalues::typeName(arguments.at(i).type) + u" for "_s +
+                (arguments.at(i).name.isEmpty() ? u"argument "_s + QString::number(i + 1) : arguments.at(i).name));
+            return std::nullopt;
+        }
+        values.append(value);
+    }
+    if (texts.size() > arguments.size()) {
+        runner.fail(u"found \""_s + texts.at(arguments.size()) + u"\", expected no more than "_s +
+                    QString::number(arguments.size()) + u" arguments"_s);
+        return std::nullopt;
+    }
+    return values;
+}
+
+void setFault(ScenarioRunner& runner, const Fault& fault)
+{
+    const QString member = runner.value(u"member"_s).toString();
+    const bool isOfValues = fault.kind == Fault::Kind::Few || fault.kind == Fault::Kind::Many ||
+                            fault.kind == Fault::Kind::Types || fault.kind == Fault::Kind::None;
+    if (!isOfValues && runner.simulator().findSignal(member) != nullptr) {
+        runner.fail(u"found the signal "_s + member + u", expected a method: a signal is not answered"_s);
+        return;
+    }
+    runner.simulator().setFault(member, fault);
+}
+
+void startService(ScenarioRunner& runner)
+{
+    QString error;
+    if (!runner.simulator().service(runner.value(u"service"_s).toString())->start(&error)) {
+        runner.fail(error);
+    }
+}
+
+void stopService(ScenarioRunner& runner)
+{
+    runner.simulator().service(runner.value(u"service"_s).toString())->stop();
+}
+
+DaemonProcess* ownDaemon(ScenarioRunner& runner)
+{
+    if (runner.daemon() == nullptr) {
+        runner.fail(u"found no power daemon of our own, expected the option --run"_s);
+    }
+    return runner.daemon();
+}
+
+} // namespace
+
+QList<Command> busCommands()
+{
+    return {
+        // The bus
+        {"send <signal:signal> <values...>", "sends any signal of a service, with all its values in order", kActs,
+         [](ScenarioRunner& runner) {
+             const QString name = runner.value(u"signal"_s).toString();
+             const MemberDescription* signal = runner.simulator().findSignal(name);
+             if (const auto values = convertArguments(runner, signal->out, runner.value(u"values"_s).toStringList())) {
+                 runner.simulator().sendValues(name, *values);
+             }
+         }},
+        {"call <operation:operation> <arguments...>",
+         "calls a method of the power daemon; its answer comes later (see \"expect answer\")", kActs,
+         [](ScenarioRunner& runner) {
+             const MemberDescription* method =
+                 runner.simulator().catalogue().powerDaemon().findMethod(runner.value(u"operation"_s).toString());
+             if (const auto values =
+                     convertArguments(runner, method->in, runner.value(u"arguments"_s).toStringList())) {
+                 runner.simulator().callPowerDaemon(*method, *values);
+             }
+         }},
+        {"stop <service:service>", "takes a service off the bus, as if its process died", kActs, &stopService},
+        {"start <service:service>", "puts a service back on the bus", kActs, &startService},
+        {"restart <service:service>", "stop and start", kActs,
+         [](ScenarioRunner& runner) {
+             stopService(runner);
+             startService(runner);
+         }},
+
+        // Faults
+        {"fail <member:member> error [<text>]", "from now on the method answers with a D-Bus error", kActs,
+         [](ScenarioRunner& runner) {
+             const QVariant text = runner.value(u"text"_s);
+             setFault(runner, {Fault::Kind::Error, 0, 0, text.isValid() ? text.toString() : u"simulated failure"_s});
+         }},
+        {"fail <member:member> status <status:int:-2147483648:2147483647>",
+         "from now on the method answers with that status", kActs,
+         [](ScenarioRunner& runner) {
+             setFault(runner, {Fault::Kind::Status, runner.value(u"status"_s).toInt(), 0, {}});
+         }},
+        {"fail <member:member> late <seconds:number:0:3600>", "from now on the method answers that much later", kActs,
+         [](ScenarioRunner& runner) {
+             setFault(runner, {Fault::Kind::Late, 0, qRound(runner.value(u"seconds"_s).toDouble() * 1000), {}});
+         }},
+        {"fail <member:member> mute", "from now on the method never answers", kActs,
+         [](ScenarioRunner& runner) {
+             setFault(runner, {Fault::Kind::Mute, 0, 0, {}});
+         }},
+        {"fail <member:member> dies", "the service leaves the bus on the next call of the method, before it answers",
+         kActs,
+         [](ScenarioRunner& runner) {
+             setFault(runner, {Fault::Kind::Dies, 0, 0, {}});
+         }},
+        {"fail <member:member> few", "from now on the last value is missing, in a reply or in a signal", kActs,
+         [](ScenarioRunner& runner) {
+             setFault(runner, {Fault::Kind::Few, 0, 0, {}});
+         }},
+        {"fail <member:member> many", "from now on there is a value too many", kActs,
+         [](ScenarioRunner& runner) {
+             setFault(runner, {Fault::Kind::Many, 0, 0, {}});
+         }},
+        {"fail <member:member> types", "from now on every value is of another type", kActs,
+         [](ScenarioRunner& runner) {
+             setFault(runner, {Fault::Kind::Types, 0, 0, {}});
+         }},
+        {"repair all", "ends all faults; services that left the bus stay away", kActs,
+         [](ScenarioRunner& runner) { runner.simulator().repairAll(); }},
+        {"repair <member:member>", "ends the fault of a method or signal", kActs,
+         [](ScenarioRunner& runner) { setFault(runner, {}); }},
+
+        // The power daemon's process
+        {"daemon start", "starts the power daemon given with --run", kActs,
+         [](ScenarioRunner& runner) {
+             if (DaemonProcess* daemon = ownDaemon(runner)) {
+                 daemon->start();
+             }
+         }},
+        {"daemon stop", "asks it to end (SIGTERM)", kActs,
+         [](ScenarioRunner& runner) {
+             if (DaemonProcess* daemon = ownDaemon(runner)) {
+                 daemon->stop();
+             }
+         }},
+    };
+}
