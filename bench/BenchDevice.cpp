@@ -30,11 +30,6 @@ bool BenchDevice::start(const QStringList& services)
     return true;
 }
 
-Simulator& BenchDevice::simulator()
-{
-    return m_simulator;
-}
-
 std::optional<double> BenchDevice::timeOf(const QString& lines, const QString& from, const QString& to)
 {
     if (!run(lines)) {

@@ -19,8 +19,6 @@ public:
     /// Puts services on the bus. @return whether that went well
     [[nodiscard]] bool start(const QStringList& services);
 
-    [[nodiscard]] Simulator& simulator();
-
     /// Carries out lines of the command language.
     /// @return milliseconds between the last entries of the timeline that read so
     [[nodiscard]] std::optional<double> timeOf(const QString& lines, const QString& from, const QString& to);

@@ -9,7 +9,8 @@
 #include <optional>
 
 /// A program under measurement: a child process that serves the power daemon's interface on the session bus. Its output
-/// goes nowhere. It ends with this object, and with our own process whatever way that ends.
+/// goes nowhere. It ends with this object, and with our own process whatever way that ends. All of them run on one CPU,
+/// the machine's last, so that what else goes on there hits them alike.
 ///
 /// What the kernel has counted for it is read from /proc, for all of its threads: Qt serves a bus connection on a
 /// thread of its own.

@@ -28,7 +28,7 @@ QString Report::toMarkdown() const
     QString table = u"| measured | unit | daemon | floor | ratio |\n|---|---|---:|---:|---:|\n"_s;
     for (const Row& row : m_rows) {
         const QString floor = row.floor ? toText(*row.floor) : QString();
-        const QString ratio = row.floor ? QString::number(row.daemon / *row.floor, 'f', 2) : QString();
+        const QString ratio = row.floor.value_or(0) > 0 ? QString::number(row.daemon / *row.floor, 'f', 2) : QString();
         table += u"| "_s + QStringList{row.what, row.unit, toText(row.daemon), floor, ratio}.join(u" | "_s) + u" |\n"_s;
     }
     return table;
