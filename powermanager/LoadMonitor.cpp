@@ -10,7 +10,11 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
 #include <limits>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -19,7 +23,7 @@ constexpr int kFields = 11;
 constexpr int kBusyFields = 3;
 
 /// Room for the kernel's first line, which is at most 220 bytes long.
-constexpr qint64 kLineSize = 512;
+constexpr std::size_t kLineSize = 512;
 
 /// How many low samples in a row are a low load.
 constexpr int kLowSamples = 4;
@@ -37,20 +41,22 @@ bool LoadMonitor::start()
 
 int LoadMonitor::getLoad()
 {
-    QFile file(paths::cpuCounters());
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-        POWER_LOG(LogLevel::Error, "Error opening %s", qPrintable(file.fileName()));
+    // Once a second for the life of the device: without the cost of a file object.
+    const QByteArray path = QFile::encodeName(paths::cpuCounters());
+    const int file = open(path.constData(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        POWER_LOG(LogLevel::Error, "Error opening %s", path.constData());
         return -1;
     }
     // The kernel makes up the whole text at the first read, however little of it is asked for.
     char text[kLineSize];
-    const qint64 size = std::max<qint64>(0, file.read(text, kLineSize));
+    const ssize_t size = std::max<ssize_t>(0, read(file, text, sizeof text));
+    close(file);
     const auto* end = std::find(text, text + size, '\n');
     int fields = 0;
     const std::optional<Sample> sample = sampleOf(QLatin1StringView(text, end), &fields);
     if (!sample) {
-        POWER_LOG(LogLevel::Error, "Error reading %s. Expected %d values, got %d", qPrintable(file.fileName()), kFields,
-                  fields);
+        POWER_LOG(LogLevel::Error, "Error reading %s. Expected %d values, got %d", path.constData(), kFields, fields);
         return -1;
     }
     const int load = loadBetween(m_previous, *sample);
