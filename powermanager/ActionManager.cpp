@@ -2,11 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "ActionManager.h"
 
+#include "BlockingCall.h"
 #include "LightManagerProxy.h"
 #include "Log.h"
-#include "Snapshot.h"
 #include "SoundManagerProxy.h"
 
+#include <QFileInfo>
 #include <QSettings>
 
 #include <algorithm>
@@ -68,7 +69,9 @@ bool ActionManager::configure(const QString& filePath, SoundManagerProxy* sound,
 bool ActionManager::reload()
 {
     POWER_LOG(LogLevel::Detail, "Reading %s", qPrintable(m_filePath));
-    const QSettings settings(m_filePath, QSettings::IniFormat);
+    // Anything else in the file's place has no zones, like a missing file; a pipe would block the reader for ever.
+    const QString readable = QFileInfo(m_filePath).isFile() ? m_filePath : QStringLiteral("/dev/null");
+    const QSettings settings(readable, QSettings::IniFormat);
     const QStringList groups = settings.childGroups();
     m_zones.clear();
     for (const QString& group : groups) {
@@ -146,8 +149,8 @@ std::optional<double> ActionManager::currentVolume() const
     double& volume = std::get<1>(snapshot);
     // A reply of the wrong length, but with a good status, leaves the value as it is here.
     volume = kAssumedVolume;
-    const QDBusReply<int> reply =
-        std::apply([this](auto&... values) { return m_sound->GetStatus(values...); }, snapshot);
+    const QDBusReply<int> reply = std::apply(
+        [this](auto&... values) { return fetch(*m_sound, QStringLiteral("GetStatus"), values...); }, snapshot);
     return reply.isValid() && reply.value() == 0 ? std::optional(volume) : std::nullopt;
 }
 

@@ -2,10 +2,20 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QLatin1StringView>
 #include <QMetaType>
 #include <QString>
 
 #include <utility>
+
+/// The low-power line of the power microcontroller.
+inline constexpr QLatin1StringView kLowPowerEvent("power|atmega_low_power");
+/// The reset button, and the seek-down button: together the gesture of a factory reset.
+inline constexpr QLatin1StringView kResetEvent("reset_factory");
+inline constexpr QLatin1StringView kSeekEvent("seek-");
+
+/// The events that the daemon acts on.
+inline constexpr QLatin1StringView kEventNames[] = {kLowPowerEvent, kResetEvent, kSeekEvent};
 
 /// A hardware event: a button, or a line of the power microcontroller.
 class Event

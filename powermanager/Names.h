@@ -12,6 +12,9 @@ inline constexpr char kObjectPath[] = "/com/quillmark/zelt/powermanager/powerobj
 /// The path of the logging client; the source of the line that announces the start, and of no other.
 inline constexpr char kLogObjectPath[] = "/com/quillmark/zelt/powermanager/logobj";
 
+/// The network manager's object. Kept as the source of the line that ends a hard factory reset.
+inline constexpr char kNetworkObjectPath[] = "/com/quillmark/zelt/networkmanager/netobj";
+
 /// Where another daemon's object is found on the session bus.
 struct ServiceAddress
 {
@@ -40,3 +43,9 @@ inline constexpr ServiceAddress kRgbService{QLatin1StringView("com.quillmark.zel
 /// The modem manager's path under the phone manager's name, as deployed.
 inline constexpr ServiceAddress kPhoneService{QLatin1StringView("com.quillmark.zelt.phonemanager"),
                                               QLatin1StringView("/com/quillmark/zelt/modemmanager/modemobj")};
+inline constexpr ServiceAddress kGpEventService{QLatin1StringView("com.quillmark.zelt.gpeventmanager"),
+                                                QLatin1StringView("/com/quillmark/zelt/gpeventmanager/gpeventobj")};
+inline constexpr ServiceAddress kSchedulerService{QLatin1StringView("com.quillmark.zelt.scheduler"),
+                                                  QLatin1StringView("/com/quillmark/zelt/scheduler/schedulerobj")};
+inline constexpr ServiceAddress kEventManagerService{QLatin1StringView("com.quillmark.zelt.eventmanager"),
+                                                     QLatin1StringView("/com/quillmark/zelt/eventmanager/eventobj")};

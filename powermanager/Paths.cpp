@@ -14,4 +14,19 @@ QString lastActionFile()
     return QStringLiteral(ZELT_ROOT "/data/log/last_powerman.txt");
 }
 
+QString clearDataScript()
+{
+    return QStringLiteral(ZELT_ROOT "/bin/clear_data.sh");
+}
+
+QString postFactoryRestoreScript()
+{
+    return QStringLiteral(ZELT_ROOT "/bin/post_factory_restore.sh");
+}
+
+QString cpuCounters()
+{
+    return QStringLiteral(PROC_ROOT "/stat");
+}
+
 } // namespace paths

@@ -4,8 +4,8 @@
 
 #include <QString>
 
-/// The device's fixed files, all below the build's ZELT_ROOT. Compiled as a library of its own, so that a program that
-/// links the daemon's classes can choose another root.
+/// The device's fixed files, all but the kernel's below the build's ZELT_ROOT. Compiled as a library of its own, so
+/// that a program that links the daemon's classes can choose another root.
 namespace paths {
 
 /// The power zones, in INI form.
@@ -13,5 +13,14 @@ namespace paths {
 
 /// The record of the last reboot or shutdown. Its folder is part of the device.
 [[nodiscard]] QString lastActionFile();
+
+/// Wipes the user's data during a hard factory reset.
+[[nodiscard]] QString clearDataScript();
+
+/// Ends a software recovery.
+[[nodiscard]] QString postFactoryRestoreScript();
+
+/// The kernel's CPU time counters.
+[[nodiscard]] QString cpuCounters();
 
 } // namespace paths

@@ -3,49 +3,45 @@
 #include "PowerManager.h"
 
 #include "ActionManager.h"
+#include "BlockingCall.h"
 #include "ConfigProxy.h"
 #include "Configuration.h"
+#include "EventMonitor.h"
+#include "FactoryRestoreManager.h"
 #include "FreqProxy.h"
+#include "FrequencyLadder.h"
+#include "Indicator.h"
 #include "LightManagerProxy.h"
+#include "LoadMonitor.h"
 #include "Log.h"
 #include "MicManagerProxy.h"
 #include "Paths.h"
+#include "Pauses.h"
 #include "PhoneManagerProxy.h"
 #include "PhotoManagerProxy.h"
 #include "RGBManagerProxy.h"
 #include "SleepManager.h"
-#include "Snapshot.h"
 #include "SoundManagerProxy.h"
 #include "StatusManagerProxy.h"
 #include "UpdateProxy.h"
 #include "common_qdbus.h"
-#include "libgpio.h"
 
 #include <QDBusConnection>
 #include <QDateTime>
 #include <QFile>
 #include <QTextStream>
 
-#include <unistd.h>
-
 namespace {
-
-/// The CPU frequencies of the device, lowest first.
-constexpr int kFrequenciesMHz[] = {96, 200, 300, 372, 408, 456};
 
 // What the operations of the bus interface fail with.
 constexpr int kRebootFailed = -50;
 constexpr int kShutdownFailed = -51;
 constexpr int kFreqOrSuspendFailed = -52;
+constexpr int kFreqUnreadable = -53;
 constexpr int kSwitchFailed = -54;
 
 /// Time for listeners of PowerEvent to react, in seconds.
 constexpr unsigned int kAnnouncementSeconds = 5;
-
-/// The GPIO line of the indicator, and half the period of its pulses.
-constexpr int kIndicatorLine = 24;
-constexpr useconds_t kPulseMicroseconds = 500'000;
-constexpr int kPulses = 3;
 
 /// Bit of the wake-up mode mask: the real-time clock's alarm. (0x01 would be a wireless LAN packet.)
 constexpr uchar kWakeByRtc = 0x02;
@@ -75,12 +71,21 @@ bool isDone(QDBusPendingReply<int> reply)
     return !reply.isError() && reply.value() == 0;
 }
 
-/// Blocks for whole seconds; a termination signal, which is served afterwards, does not cut the pause short.
-void pauseSeconds(unsigned int seconds)
+/// The same instant in UTC; an empty text for what is no time. A time that the clock skips in spring counts on from the
+/// hour before it.
+QString toUtc(const QString& localTime)
 {
-    while (seconds > 0) {
-        seconds = sleep(seconds);
+    const QString format = QStringLiteral("yyyy-MM-dd HH:mm:ss");
+    QDateTime time = QDateTime::fromString(localTime, format);
+    constexpr int kGapSeconds = 3600;
+    if (!time.isValid() && time.date().isValid() && time.time().isValid()) {
+        // Taken by itself, it would be converted as if it were UTC already.
+        QDateTime fields = time;
+        fields.setTimeSpec(Qt::UTC);
+        const QDateTime before = fields.addSecs(-kGapSeconds);
+        time = QDateTime(before.date(), before.time()).addSecs(kGapSeconds);
     }
+    return time.toUTC().toString(format);
 }
 
 } // namespace
@@ -120,6 +125,24 @@ bool PowerManager::init()
         return false;
     }
 
+    m_loadMonitor = new LoadMonitor(this);
+    // Kept: less than an error.
+    if (!m_loadMonitor->start() ||
+        !connect(m_loadMonitor, &LoadMonitor::lowCpuLoad, this, &PowerManager::freqDecrease) ||
+        !connect(m_loadMonitor, &LoadMonitor::highCpuLoad, this, &PowerManager::freqIncrease)) {
+        POWER_LOG(LogLevel::Warning, "Can't handle cpu load notifications");
+        return false;
+    }
+    POWER_LOG(LogLevel::Info, "Succesfully attached to LoadMonitor events");
+
+    // An event goes to HandleGpEvent() first, to the factory restore (below) second.
+    m_eventMonitor = new EventMonitor(this);
+    if (!connect(m_eventMonitor, &EventMonitor::event, this, &PowerManager::HandleGpEvent)) {
+        POWER_LOG(LogLevel::Error, "Can't handle PowerOff events");
+        return false;
+    }
+    POWER_LOG(LogLevel::Info, "Succesfully attached to PowerOff events");
+
     SetAutoscalingEnabled(false);
 
     m_actionManager = new ActionManager(this);
@@ -130,6 +153,15 @@ bool PowerManager::init()
     m_sleepManager = new SleepManager(this);
     if (!connect(m_sleepManager, &SleepManager::SleepTimeout, this, &PowerManager::Suspend)) {
         POWER_LOG(LogLevel::Error, "Can't handle Suspend");
+        return false;
+    }
+
+    m_factoryRestoreManager = new FactoryRestoreManager(this);
+    if (!m_factoryRestoreManager->isInitialized() ||
+        !connect(m_eventMonitor, &EventMonitor::event, m_factoryRestoreManager, &FactoryRestoreManager::OnEvent) ||
+        !connect(m_factoryRestoreManager, &FactoryRestoreManager::ResetCompleted, this,
+                 &PowerManager::PostRestoreReboot)) {
+        POWER_LOG(LogLevel::Error, "Can't handle FactoryRestore events");
         return false;
     }
 
@@ -153,7 +185,7 @@ void PowerManager::featureResumed() {}
 
 int PowerManager::HandleGpEvent(const Event& event)
 {
-    if (event.name == QLatin1StringView("power|atmega_low_power") && event.value) {
+    if (event.name == kLowPowerEvent && event.value) {
         return Shutdown(QStringLiteral("cmd_shdm"));
     }
     return 0;
@@ -172,7 +204,7 @@ int PowerManager::Reboot(const QString& Reason)
     saveReason(QStringLiteral("last_") + event, Reason);
     Q_EMIT PowerEvent(event, Reason);
     POWER_LOG(LogLevel::Warning, "Power event emitted: %s", qPrintable(event));
-    pauseSeconds(kAnnouncementSeconds);
+    pauses::seconds(kAnnouncementSeconds);
     switchOff();
     pulseIndicator();
     if (!isDone(m_freq->Reboot())) {
@@ -190,7 +222,7 @@ int PowerManager::Shutdown(const QString& Reason)
     saveReason(QStringLiteral("last_") + event, Reason);
     Q_EMIT PowerEvent(event, Reason);
     POWER_LOG(LogLevel::Warning, "Power event emitted: %s", qPrintable(event));
-    pauseSeconds(kAnnouncementSeconds);
+    pauses::seconds(kAnnouncementSeconds);
     // Deliberately unlike a reboot: the peripherals lose their power anyway, and the indicator stays on until it does.
     switchOnIndicator();
     if (!isDone(m_freq->Shutdown())) {
@@ -203,9 +235,8 @@ int PowerManager::Shutdown(const QString& Reason)
 int PowerManager::Suspend(const QString& Time)
 {
     POWER_LOG(LogLevel::Info, "Suspend until %s (localtime) requested", qPrintable(Time));
-    const QString format = QStringLiteral("yyyy-MM-dd HH:mm:ss");
-    // Not checked: what is no time becomes an empty text, and the frequency service decides.
-    const QString utc = QDateTime::fromString(Time, format).toUTC().toString(format);
+    // Not checked: the frequency service decides what it makes of an empty text.
+    const QString utc = toUtc(Time);
     POWER_LOG(LogLevel::Detail, "Converted to %s (UTC)", qPrintable(utc));
     if (!isDone(m_freq->SetWakeup(kWakeByRtc, utc))) {
         POWER_LOG(LogLevel::Error, "Error setting wakeup time to %s (localtime)", qPrintable(Time));
@@ -213,7 +244,7 @@ int PowerManager::Suspend(const QString& Time)
     }
     preSuspendSetup();
     Q_EMIT PowerEvent(QStringLiteral("suspend"), QStringLiteral("sleep"));
-    pauseSeconds(kAnnouncementSeconds);
+    pauses::seconds(kAnnouncementSeconds);
     // The reply comes after the wake-up.
     QDBusPendingReply<int> reply = m_freq->Suspend();
     if (!isDone(reply)) {
@@ -229,31 +260,25 @@ int PowerManager::Suspend(const QString& Time)
 void PowerManager::saveReason(const QString& action, const QString& reason)
 {
     QFile file(paths::lastActionFile());
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
-        POWER_LOG(LogLevel::Error, "Error saving action/reason to file [%s]", qPrintable(file.fileName()));
-        return;
-    }
     QTextStream stream(&file);
-    stream << QDateTime::currentDateTime().toString(QStringLiteral("yyyy/MM/dd-hh:mm:ss")) << '|' << action << '|'
-           << reason << Qt::endl;
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+        stream << QDateTime::currentDateTime().toString(QStringLiteral("yyyy/MM/dd-hh:mm:ss")) << '|' << action << '|'
+               << reason << Qt::endl;
+    }
+    // Written badly: no space is left.
+    if (!file.isOpen() || stream.status() != QTextStream::Ok) {
+        POWER_LOG(LogLevel::Error, "Error saving action/reason to file [%s]", qPrintable(file.fileName()));
+    }
 }
 
 void PowerManager::pulseIndicator()
 {
-    // A failing line changes nothing: the pulses are for the eye.
-    for (int pulse = 1; pulse <= kPulses; ++pulse) {
-        (void)LIBGPIO_set_enabled(kIndicatorLine, 1);
-        usleep(kPulseMicroseconds);
-        (void)LIBGPIO_set_enabled(kIndicatorLine, 0);
-        if (pulse < kPulses) {
-            usleep(kPulseMicroseconds);
-        }
-    }
+    indicator::play({500'000, 500'000, 500'000, 500'000, 500'000});
 }
 
 void PowerManager::switchOnIndicator()
 {
-    (void)LIBGPIO_set_enabled(kIndicatorLine, 1);
+    indicator::turnOn();
 }
 
 int PowerManager::switchLight(bool on)
@@ -306,8 +331,7 @@ int PowerManager::forcePhoneOff(bool force)
 void PowerManager::switchOff()
 {
     // A D-Bus error reads as status 0 and leaves the state saved before: kept.
-    const QDBusReply<int> lightReply = m_light->GetSwitch(m_savedLight);
-    if (lightReply.value() != 0) {
+    if (fetch(*m_light, QStringLiteral("GetSwitch"), m_savedLight).value() != 0) {
         POWER_LOG(LogLevel::Error, "Impossible to get current Light status: suppose off");
         m_savedLight = false;
     }
@@ -371,10 +395,57 @@ void PowerManager::postSuspendRestore()
     (void)forcePhoneOff(false);
 }
 
-int PowerManager::SetFreq(int)
+int PowerManager::SetFreq(int freq)
 {
-    POWER_LOG(LogLevel::Warning, "SetFreq not available");
-    return kFreqOrSuspendFailed;
+    if (!isDone(m_freq->SetFreq(freq))) {
+        POWER_LOG(LogLevel::Error, "Error setting cpu frequency to %d", freq);
+        return kFreqOrSuspendFailed;
+    }
+    POWER_LOG(LogLevel::Actuation, "CPU Frequency set to %d", freq);
+    return 0;
+}
+
+int PowerManager::currentFreq()
+{
+    int freqMHz = -1;
+    // Deliberately without a look at the status.
+    (void)fetch(*m_freq, QStringLiteral("GetFreq"), freqMHz);
+    return freqMHz;
+}
+
+int PowerManager::stepFreq(int (*nextRung)(const QList<int>& ladder, int freqMHz))
+{
+    if (!m_autoscaling) {
+        return 0;
+    }
+    const int freqMHz = currentFreq();
+    if (freqMHz < 0) {
+        POWER_LOG(LogLevel::Error, "GetFreq error");
+        return kFreqUnreadable;
+    }
+    const int target = nextRung(m_freqTable, freqMHz);
+    return target == freqMHz ? 0 : SetFreq(target);
+}
+
+int PowerManager::freqIncrease()
+{
+    return stepFreq(&rungAbove);
+}
+
+int PowerManager::freqDecrease()
+{
+    return stepFreq(&rungBelow);
+}
+
+void PowerManager::setMaxFreq()
+{
+    if (!m_autoscaling) {
+        return;
+    }
+    const int top = m_freqTable.constLast();
+    if (currentFreq() != top) {
+        (void)SetFreq(top); // reports its failure itself
+    }
 }
 
 int PowerManager::SetAutoscalingEnabled(bool enable)
@@ -397,7 +468,7 @@ int PowerManager::SetActionsEnabled(bool enable)
     std::apply(
         [this](auto&... values) {
             // Deliberately not checked: without an answer the charge stays 0, which no zone owns.
-            (void)m_status->GetStatus(values...);
+            (void)fetch(*m_status, QStringLiteral("GetStatus"), values...);
             receiveSystemStatus(values...);
         },
         snapshot);
@@ -440,14 +511,6 @@ int PowerManager::CurrentPowerZone(QString& zone)
     const int index = m_actionManager->currentZone();
     zone = index < 0 ? QString() : m_actionManager->zoneName(index);
     return 0;
-}
-
-void PowerManager::setMaxFreq()
-{
-    if (!m_autoscaling) {
-        return;
-    }
-    POWER_LOG(LogLevel::Warning, "setMaxFreq not available");
 }
 
 void PowerManager::loadActions(int status, int type)

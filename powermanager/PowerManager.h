@@ -10,8 +10,11 @@
 
 class ActionManager;
 class ConfigProxy;
+class EventMonitor;
+class FactoryRestoreManager;
 class FreqProxy;
 class LightManagerProxy;
+class LoadMonitor;
 class MicManagerProxy;
 class PhoneManagerProxy;
 class PhotoManagerProxy;
@@ -84,7 +87,8 @@ public Q_SLOTS:
     ///         the latter, the peripherals stay off)
     int Suspend(const QString& Time);
 
-    /// Sets the CPU frequency in MHz. Until frequency scaling is built: logs "SetFreq not available", returns -52.
+    /// Sets the CPU frequency in MHz: any that the frequency service accepts, whatever autoscaling says. Waits for it.
+    /// @return 0, or -52 where the frequency service did not accept it
     int SetFreq(int freq);
 
     /// Switches on or off that the CPU frequency follows load and media events; leaves the frequency itself alone.
@@ -113,8 +117,15 @@ public Q_SLOTS:
     int CurrentPowerZone(QString& zone);
 
 private Q_SLOTS:
-    /// Media work starts: top frequency, if autoscaling is on.
+    // While autoscaling is off, these three do nothing and cause no traffic.
+
+    /// Media work starts: the ladder's top. Deliberately also where the present frequency cannot be read, so that
+    /// playback never starts at a low clock.
     void setMaxFreq();
+    /// The CPU load is high: one rung up. @return 0, -53 where the present frequency cannot be read, or as SetFreq()
+    int freqIncrease();
+    /// The CPU load is low: one rung down. @return as freqIncrease()
+    int freqDecrease();
 
     /// A file update ended. Status 0 and type 12, the configuration files: reloads the power zones and, if power
     /// actions are on, applies the zone of the present charge. Anything else is ignored.
@@ -143,6 +154,11 @@ private:
     void pulseIndicator();
     void switchOnIndicator();
 
+    /// Asks the frequency service for the present frequency and waits. @return MHz, or -1 where it did not tell
+    [[nodiscard]] int currentFreq();
+    /// One step on the ladder, to the rung that the function names for the present frequency.
+    [[nodiscard]] int stepFreq(int (*nextRung)(const QList<int>& ladder, int freqMHz));
+
     // The switches of the peripherals: each calls the service, waits for it, and logs how it went. 0, or -54.
 
     int switchLight(bool on);
@@ -163,8 +179,11 @@ private:
     int m_reservedCounter = 0; ///< kept, not used
 
     // Children of this object, created by init().
+    EventMonitor* m_eventMonitor = nullptr;
+    LoadMonitor* m_loadMonitor = nullptr;
     ActionManager* m_actionManager = nullptr;
     SleepManager* m_sleepManager = nullptr;
+    FactoryRestoreManager* m_factoryRestoreManager = nullptr;
     FreqProxy* m_freq = nullptr;
     SoundManagerProxy* m_sound = nullptr;
     LightManagerProxy* m_light = nullptr;

@@ -17,6 +17,7 @@ constexpr int kSecondsPerDay = 86400;
 SleepManager::SleepManager(QObject* parent) : QObject(parent)
 {
     m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer); // the others may fire before their time, and the wake-up with them
     if (!connect(&m_timer, &QTimer::timeout, this, &SleepManager::onSleepTimeout)) {
         POWER_LOG(LogLevel::Error, "Can't handle sleep mode (error connecting signals)");
     }

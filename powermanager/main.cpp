@@ -64,6 +64,8 @@ int main(int argc, char** argv)
     if (!installTerminationHandler(SIGTERM)) {
         POWER_LOG(LogLevel::Warning, "Can't catch SIGTERM");
     }
+    // A reader of the log that goes away must not take the power daemon along.
+    (void)std::signal(SIGPIPE, SIG_IGN);
     QSocketNotifier terminationNotifier(terminationEvent, QSocketNotifier::Read);
     QObject::connect(&terminationNotifier, &QSocketNotifier::activated, application, [] { application->exit(0); });
 

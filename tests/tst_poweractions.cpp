@@ -296,6 +296,10 @@ private Q_SLOTS:
         QTest::newRow("winter") << QByteArray("Europe/Rome") << u"2024-01-15 00:30:00"_s << u"2024-01-14 23:30:00"_s;
         QTest::newRow("summer") << QByteArray("Europe/Rome") << u"2024-07-15 00:30:00"_s << u"2024-07-14 22:30:00"_s;
         QTest::newRow("west") << QByteArray("America/New_York") << u"2024-12-31 20:00:00"_s << u"2025-01-01 01:00:00"_s;
+        QTest::newRow("skipped by the clock, east")
+            << QByteArray("Europe/Rome") << u"2024-03-31 02:30:00"_s << u"2024-03-31 01:30:00"_s;
+        QTest::newRow("skipped by the clock, west")
+            << QByteArray("America/New_York") << u"2024-03-10 02:00:00"_s << u"2024-03-10 07:00:00"_s;
         QTest::newRow("leap day") << QByteArray("UTC") << u"2024-02-29 12:00:00"_s << u"2024-02-29 12:00:00"_s;
         QTest::newRow("no leap day") << QByteArray("UTC") << u"2023-02-29 12:00:00"_s << QString();
         QTest::newRow("without seconds") << QByteArray("UTC") << u"2024-03-08 07:30"_s << QString();
@@ -315,14 +319,6 @@ private Q_SLOTS:
 
         QCOMPARE(take(),
                  suspending(time, utc) + QStringList{u"log 1 Error setting wakeup time to %1 (localtime)"_s.arg(time)});
-    }
-
-    void timesThatTheClockSkipsStillGoThrough()
-    {
-        const TimeZone rome("Europe/Rome");
-        QCOMPARE(run(u"fail freqmanager.SetWakeup status 1"_s), QString());
-        QCOMPARE(manager().Suspend(u"2024-03-31 02:30:00"_s), -52); // 02:00 to 03:00 did not exist
-        QCOMPARE(take().size(), 4);
     }
 
     void peripheralFaults_data()
@@ -368,9 +364,9 @@ private Q_SLOTS:
         QTest::newRow("light state: status")
             << u"fail lightmanager.GetSwitch status 4"_s << question << supposedOff << u"0"_s;
         QTest::newRow("light state: error keeps the one before")
-            << u"fail lightmanager.GetSwitch error"_s << question << QStringList() << u"0"_s;
+            << u"fail lightmanager.GetSwitch error"_s << question << QStringList() << u"1"_s;
         QTest::newRow("light state: no value")
-            << u"fail lightmanager.GetSwitch few"_s << question << QStringList() << u"0"_s;
+            << u"fail lightmanager.GetSwitch few"_s << question << QStringList() << u"1"_s;
 
         const QString rgbQuestion = u"call rgbfeaturemanager.IsDisabled()"_s;
         const QStringList supposedOn{u"log 2 Can't find if Rgb is disabled: suppose not"_s};
@@ -386,7 +382,10 @@ private Q_SLOTS:
         QFETCH(QString, where);
         QFETCH(QStringList, lines);
         QFETCH(QString, savedLight);
-        QCOMPARE(run(fault), QString());
+        QCOMPARE(run(u"light on\nrgb off"_s), QString());
+        QCOMPARE(manager().Reboot(u"before"_s), 0); // saves light on, RGB disabled
+        QCOMPARE(run(u"light on\nrgb on\n"_s + fault), QString());
+        take();
 
         QCOMPARE(manager().Reboot(u"r"_s), 0);
 
@@ -506,24 +505,24 @@ private Q_SLOTS:
 
     void unwritableRecordStopsNothing_data()
     {
-        QTest::addColumn<bool>("isFolder");
-        QTest::newRow("folder missing") << false;
-        QTest::newRow("a folder in the file's place") << true;
+        QTest::addColumn<QString>("obstacle"); // in the file's place; empty: even its folder is missing
+        QTest::newRow("folder missing") << QString();
+        QTest::newRow("a folder in the file's place") << u"/tmp"_s;
+        QTest::newRow("no space left") << u"/dev/full"_s;
     }
 
     void unwritableRecordStopsNothing()
     {
-        QFETCH(bool, isFolder);
+        QFETCH(QString, obstacle);
         const QString folder = QFileInfo(paths::lastActionFile()).path();
-        QVERIFY(QDir(folder).removeRecursively());
-        QVERIFY(!isFolder || QDir().mkpath(paths::lastActionFile()));
+        QVERIFY(obstacle.isEmpty() ? QDir(folder).removeRecursively() : QFile::link(obstacle, paths::lastActionFile()));
 
         QCOMPARE(manager().Shutdown(u"x"_s), 0);
 
         QStringList expected = shuttingDown(u"x"_s);
         expected.insert(1, u"log 1 Error saving action/reason to file [%1]"_s.arg(paths::lastActionFile()));
         QCOMPARE(take(), expected);
-        QVERIFY(isFolder || !QFileInfo::exists(folder)); // never made by the daemon
+        QCOMPARE(QFileInfo::exists(folder), !obstacle.isEmpty()); // never made by the daemon
     }
 
     void requestsDuringAPauseAreServedAfterwardsInOrder()

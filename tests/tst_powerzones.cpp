@@ -3,6 +3,7 @@
 #include "ActionManager.h"
 #include "Log.h"
 #include "Paths.h"
+#include "PowerManagerFixture.h"
 #include "RecordingPlatform.h"
 
 #include <QDir>
@@ -10,17 +11,11 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-void writeZoneFile(const QByteArray& content)
-{
-    QFile file(paths::zoneFile());
-    QVERIFY(QDir().mkpath(QFileInfo(file).path()));
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(file.write(content), content.size());
-}
 
 /// The log lines since the last call.
 QStringList takeLog()
@@ -124,7 +119,7 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, content);
         QFETCH(QStringList, log);
-        writeZoneFile(content);
+        writeFile(paths::zoneFile(), content);
         ActionManager manager(nullptr);
 
         QVERIFY(manager.configure(paths::zoneFile(), nullptr, nullptr));
@@ -154,7 +149,7 @@ private Q_SLOTS:
         if (const qsizetype begin = content.indexOf("```ini\n"); begin >= 0) {
             content = content.mid(begin + 7, content.indexOf("```\n", begin + 7) - begin - 7);
         }
-        writeZoneFile(content);
+        writeFile(paths::zoneFile(), content);
         ActionManager manager(nullptr);
 
         QVERIFY(manager.configure(paths::zoneFile(), nullptr, nullptr));
@@ -174,11 +169,17 @@ private Q_SLOTS:
         QCOMPARE(takeLog(), QStringList{u"log 9 Reading "_s + paths::zoneFile()});
         QCOMPARE(manager.setBatteryCharge(50), -1);
         QCOMPARE(takeLog(), QStringList{u"log 9 Zone -1 not changed for charge 50"_s});
+
+        QVERIFY(QDir().rmdir(paths::zoneFile()));
+        QCOMPARE(mkfifo(qPrintable(paths::zoneFile()), 0600), 0); // would block a reader until somebody writes
+        QVERIFY(manager.reload());
+        QCOMPARE(manager.setBatteryCharge(50), -1);
     }
 
     void chargeWithoutZoneKeepsTheZone()
     {
-        writeZoneFile("[A]\nlow_treshold=10\nhigh_treshold=20\n[B]\nlow_treshold=20\nhigh_treshold=100\n");
+        writeFile(paths::zoneFile(),
+                  "[A]\nlow_treshold=10\nhigh_treshold=20\n[B]\nlow_treshold=20\nhigh_treshold=100\n");
         ActionManager manager(nullptr);
         QVERIFY(manager.configure(paths::zoneFile(), nullptr, nullptr));
         timeline().clear();
@@ -199,7 +200,7 @@ private Q_SLOTS:
             const QByteArray low = QByteArray::number(3 + i % 97);
             content += "[Zone" + QByteArray::number(i) + "]\nlow_treshold=" + low + "\nhigh_treshold=100\n";
         }
-        writeZoneFile(content);
+        writeFile(paths::zoneFile(), content);
         ActionManager manager(nullptr);
 
         QVERIFY(manager.configure(paths::zoneFile(), nullptr, nullptr));

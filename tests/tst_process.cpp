@@ -7,6 +7,7 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
@@ -125,6 +126,26 @@ private Q_SLOTS:
         QCOMPARE(daemon.exitStatus(), QProcess::NormalExit);
         QCOMPARE(daemon.exitCode(), 0);
         QVERIFY(daemon.lines().constLast().endsWith(u"Succesfully terminated"));
+    }
+
+    void signalDuringAPauseCutsNothing()
+    {
+        SimulatedDevice device(timeline());
+        Daemon daemon;
+        daemon.start();
+        QCOMPARE(device.run(u"expect daemon up within 5\ncall Shutdown x\nexpect signal PowerEvent shutdown x"_s),
+                 QString());
+        QElapsedTimer clock;
+        clock.start();
+
+        daemon.terminate();
+
+        QCOMPARE(device.run(u"note waiting\nexpect call freqmanager.Shutdown within 6\nexpect answer Shutdown 0"_s),
+                 QString());
+        QVERIFY2(clock.elapsed() > 4800, qPrintable(QString::number(clock.elapsed())));
+        QTRY_COMPARE(daemon.state(), QProcess::NotRunning);
+        QCOMPARE(daemon.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(daemon.exitCode(), 0);
     }
 
     void secondInstanceEnds()

@@ -19,13 +19,6 @@ constexpr char kZones[] = "[Normal]\nhigh_treshold=100\n"
                           "[Low]\nlow_treshold=15\nhigh_treshold=40\nvolume=80\nlight=60\n"
                           "[Critical]\nhigh_treshold=15\nvolume=40\n";
 
-bool writeZoneFile(const QByteArray& content)
-{
-    QFile file(paths::zoneFile());
-    return QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
-           file.write(content) == content.size();
-}
-
 /// The entries without the settings that are not waited for: their place among the rest is open.
 QStringList withoutSettings(const QStringList& lines)
 {
@@ -59,7 +52,7 @@ private Q_SLOTS:
     {
         QTest::failOnWarning(QRegularExpression(u".*"_s));
         m_fixture = std::make_unique<PowerManagerFixture>();
-        QVERIFY(writeZoneFile(kZones));
+        writeFile(paths::zoneFile(), kZones);
     }
 
     void cleanup()
@@ -96,7 +89,9 @@ private Q_SLOTS:
             }
             return lines;
         };
-        QCOMPARE(take(), QStringList({u"log 4 Autoscale: 0"_s, u"signal powermanager.AutoscalingEnabled(false)"_s}) +
+        QCOMPARE(take(), QStringList({u"log 4 Succesfully attached to LoadMonitor events"_s,
+                                      u"log 4 Succesfully attached to PowerOff events"_s, u"log 4 Autoscale: 0"_s,
+                                      u"signal powermanager.AutoscalingEnabled(false)"_s}) +
                              reading + applying(u"100.000000"_s, u"100"_s) +
                              QStringList{u"log 4 PowerManager config loaded"_s} + reading +
                              applying(u"80.000000"_s, u"60"_s));
@@ -237,7 +232,7 @@ private Q_SLOTS:
     void onlyUpdatedConfigurationReloads()
     {
         QVERIFY(m_fixture->start());
-        QVERIFY(writeZoneFile("[Always]\nhigh_treshold=100\n"));
+        writeFile(paths::zoneFile(), "[Always]\nhigh_treshold=100\n");
         timeline().clear();
 
         // Ignored: another type, a failed update. What comes next is the reload of the third.

@@ -7,6 +7,7 @@
 #include "RecordingPlatform.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 using namespace Qt::Literals::StringLiterals;
@@ -25,14 +26,27 @@ QString toText(bool value)
 
 } // namespace
 
+void writeFile(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    QDir().mkpath(QFileInfo(path).path());
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+        qFatal("%s: %s", qPrintable(path), qPrintable(file.errorString()));
+    }
+}
+
 PowerManagerFixture::PowerManagerFixture()
 {
     static LogInterface log{QString()};
     _logInterface = &log;
-    for (const QString& file : {paths::zoneFile(), paths::lastActionFile()}) {
-        QDir(QFileInfo(file).path()).removeRecursively();
-        QDir().mkpath(QFileInfo(file).path());
+    for (const QString& file :
+         {paths::zoneFile(), paths::lastActionFile(), paths::clearDataScript(), paths::cpuCounters()}) {
+        const QString folder = QFileInfo(file).path();
+        QDir(folder).removeRecursively();
+        QDir().mkpath(folder);
     }
+    writeFile(paths::cpuCounters(), "cpu  0 0 0 0 0 0 0 0 0 0\n"); // an idle CPU
+    setModeSelect(0);
     m_device = std::make_unique<SimulatedDevice>(timeline());
     timeline().clear();
 }

@@ -9,7 +9,11 @@
 
 #include <memory>
 
-/// A PowerManager amid the simulated device: new for every test, with its folders empty and its zone file missing.
+/// Puts a text in a file of the device, whose folder it makes. A test that cannot do that ends at once.
+void writeFile(const QString& path, const QByteArray& content);
+
+/// A PowerManager amid the simulated device: new for every test, with its folders empty, its zone file
+/// missing and its CPU idle.
 class PowerManagerFixture
 {
 public:

@@ -19,6 +19,8 @@ std::function<void()>& duringPause()
     return action;
 }
 
+int modeSelect = 0;
+
 void recordPause(const QString& length)
 {
     timeline().add(Timeline::Kind::Pause, length);
@@ -52,6 +54,21 @@ int LIBGPIO_set_enabled(int line, int on)
 {
     timeline().add(Timeline::Kind::Line, QString::number(line), {on != 0 ? u"on"_s : u"off"_s});
     return 0;
+}
+
+int LIBGPIO_get_enabled(int line, int* value)
+{
+    timeline().add(Timeline::Kind::Line, QString::number(line), {u"read"_s});
+    if (modeSelect < 0) {
+        return modeSelect;
+    }
+    *value = modeSelect;
+    return 0;
+}
+
+void setModeSelect(int value)
+{
+    modeSelect = value;
 }
 
 void setDuringPause(const std::function<void()>& action)

@@ -13,3 +13,6 @@
 
 /// What happens during each pause of the power daemon; nothing, unless set. Reset it when the test is done.
 void setDuringPause(const std::function<void()>& action);
+
+/// What the mode-select input reads: a level, or the negative errno of a failure.
+void setModeSelect(int value);

@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <unistd.h>
+
+/// The blocking pauses of power actions and resets, in full length: a signal that comes meanwhile is handled
+/// afterwards.
+namespace pauses {
+
+void seconds(unsigned int count);
+void microseconds(useconds_t count);
+
+} // namespace pauses
