@@ -39,7 +39,8 @@ void setFault(ScenarioRunner& runner, const Fault& fault)
 {
     const QString member = runner.value(u"member"_s).toString();
     const bool isOfValues = fault.kind == Fault::Kind::Few || fault.kind == Fault::Kind::Many ||
-                            fault.kind == Fault::Kind::Types || fault.kind == Fault::Kind::None;
+                            fault.kind == Fault::Kind::Types || fault.kind == Fault::Kind::Arrays ||
+                            fault.kind == Fault::Kind::None;
     if (!isOfValues && runner.simulator().findSignal(member) != nullptr) {
         runner.fail(u"found the signal "_s + member + u", expected a method: a signal is not answered"_s);
         return;
@@ -135,6 +136,14 @@ QList<Command> busCommands()
         {"fail <member:member> types", "from now on every value is of another type", kActs,
          [](ScenarioRunner& runner) {
              setFault(runner, {Fault::Kind::Types, 0, 0, {}});
+         }},
+        {"fail <member:member> arrays", "from now on every value is an array", kActs,
+         [](ScenarioRunner& runner) {
+             setFault(runner, {Fault::Kind::Arrays, 0, 0, {}});
+         }},
+        {"fail <member:member> floods", "from now on thousands of the service's signals come before the answer", kActs,
+         [](ScenarioRunner& runner) {
+             setFault(runner, {Fault::Kind::Floods, 0, 0, {}});
          }},
         {"repair all", "ends all faults; services that left the bus stay away", kActs,
          [](ScenarioRunner& runner) { runner.simulator().repairAll(); }},

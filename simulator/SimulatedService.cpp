@@ -16,6 +16,9 @@ namespace {
 /// Signals with more arguments than this are shown by what changed since the last one.
 constexpr int kMaxShownArguments = 8;
 
+/// How often a flooding service sends each of its signals.
+constexpr int kFloodCount = 2000;
+
 /// The values as the fault leaves them.
 QVariantList spoil(QVariantList values, const Fault& fault)
 {
@@ -37,6 +40,11 @@ QVariantList spoil(QVariantList values, const Fault& fault)
     case Fault::Kind::Types:
         for (QVariant& value : values) {
             value = value.typeId() == QMetaType::QString ? QVariant(0) : QVariant(value.toString());
+        }
+        break;
+    case Fault::Kind::Arrays:
+        for (QVariant& value : values) {
+            value = QVariant::fromValue(QList<int>{1, 2});
         }
         break;
     default:
@@ -192,6 +200,9 @@ void SimulatedService::answer(const QDBusMessage& call, const QVariantList& valu
     if (fault.kind == Fault::Kind::Error) {
         reply = call.createErrorReply(u"com.quillmark.zelt.Error.Failed"_s, fault.errorText);
     }
+    if (fault.kind == Fault::Kind::Floods) {
+        flood();
+    }
     if (fault.kind == Fault::Kind::Dies) {
         // Not from within the connection's own delivery.
         QTimer::singleShot(0, this, &SimulatedService::stop);
@@ -199,6 +210,19 @@ void SimulatedService::answer(const QDBusMessage& call, const QVariantList& valu
         QTimer::singleShot(fault.delayMs, this, [this, reply] { QDBusConnection(m_connectionName).send(reply); });
     } else {
         QDBusConnection(m_connectionName).send(reply);
+    }
+}
+
+void SimulatedService::flood()
+{
+    for (const MemberDescription& signal : m_description.signalList) {
+        QDBusMessage message =
+            QDBusMessage::createSignal(m_description.objectPath, m_description.interfaceName, signal.name);
+        message.setArguments(dbusvalues::fill(signal.out, {}));
+        for (int i = 0; i < kFloodCount; ++i) {
+            QDBusConnection(m_connectionName).send(message);
+        }
+        m_timeline.note(memberName(signal.name) + u" sent "_s + QString::number(kFloodCount) + u" times"_s);
     }
 }
 

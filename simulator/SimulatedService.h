@@ -26,9 +26,11 @@ struct Fault
         Few,    ///< the last value is missing
         Many,   ///< a text too many
         Types,  ///< every value of another type
+        Arrays, ///< every value an array
         Mute,   ///< no reply, ever
         Late,   ///< the right reply, late
         Dies,   ///< the service leaves the bus before it replies
+        Floods, ///< the service sends thousands of signals before it replies
     };
 
     Kind kind = Kind::None;
@@ -74,6 +76,7 @@ Q_SIGNALS:
 private:
     [[nodiscard]] QString memberName(const QString& member) const;
     void answer(const QDBusMessage& call, const QVariantList& values, const Fault& fault);
+    void flood();
 
     const InterfaceDescription& m_description;
     Device& m_device;

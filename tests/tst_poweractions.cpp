@@ -328,24 +328,6 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("lines");
         QTest::addColumn<QString>("savedLight");
 
-        const QString light = u"call lightmanager.Switch(false)"_s;
-        const QStringList lightFails{u"log 1 Error turning light 0"_s};
-        QTest::newRow("light: error") << u"fail lightmanager.Switch error"_s << light << lightFails << u"1"_s;
-        QTest::newRow("light: status") << u"fail lightmanager.Switch status 4"_s << light << lightFails << u"1"_s;
-        QTest::newRow("light: type") << u"fail lightmanager.Switch types"_s << light << lightFails << u"1"_s;
-
-        const QString camera = u"call photomanager.EnableCamera(false)"_s;
-        const QStringList cameraFails{u"log 1 Error turning camera 0"_s};
-        QTest::newRow("camera: error") << u"fail photomanager.EnableCamera error"_s << camera << cameraFails << u"1"_s;
-        QTest::newRow("camera: status") << u"fail photomanager.EnableCamera status 4"_s << camera << cameraFails
-                                        << u"1"_s;
-
-        const QString rgb = u"call rgbfeaturemanager.Disable(true, false)"_s;
-        QTest::newRow("rgb: error") << u"fail rgbfeaturemanager.Disable error"_s << rgb
-                                    << QStringList{u"log 1 Error turning rgb 1"_s} << u"1"_s;
-        QTest::newRow("rgb: the status is not looked at") << u"fail rgbfeaturemanager.Disable status 4"_s << rgb
-                                                          << QStringList{u"log 5 RGB switch set to 1"_s} << u"1"_s;
-
         const QString phone = u"call phonemanager.ForcePhoneOff(true)"_s;
         QTest::newRow("phone: error")
             << u"fail phonemanager.ForcePhoneOff error \"no modem\""_s << phone
@@ -365,15 +347,10 @@ private Q_SLOTS:
             << u"fail lightmanager.GetSwitch status 4"_s << question << supposedOff << u"0"_s;
         QTest::newRow("light state: error keeps the one before")
             << u"fail lightmanager.GetSwitch error"_s << question << QStringList() << u"1"_s;
-        QTest::newRow("light state: no value")
-            << u"fail lightmanager.GetSwitch few"_s << question << QStringList() << u"1"_s;
-
         const QString rgbQuestion = u"call rgbfeaturemanager.IsDisabled()"_s;
         const QStringList supposedOn{u"log 2 Can't find if Rgb is disabled: suppose not"_s};
         QTest::newRow("rgb state: error")
             << u"fail rgbfeaturemanager.IsDisabled error"_s << rgbQuestion << supposedOn << u"1"_s;
-        QTest::newRow("rgb state: type") << u"fail rgbfeaturemanager.IsDisabled types"_s << rgbQuestion << supposedOn
-                                         << u"1"_s;
     }
 
     void peripheralFaults()
@@ -450,9 +427,7 @@ private Q_SLOTS:
         const QString set = u"call soundmanager.SetMasterVolume(50)"_s;
         const QString missing = u"log 2 Can't read SOUND/masterVolume"_s;
         const QString failed = u"log 2 Error restoring master volume"_s;
-        QTest::newRow("no such key") << u"fail configmanager.GetStringValue status -1"_s << QStringList{ask, missing};
         QTest::newRow("no number") << u"config SOUND masterVolume loud"_s << QStringList{ask, missing};
-        QTest::newRow("store fails") << u"fail configmanager.GetStringValue error"_s << QStringList{ask, missing};
         QTest::newRow("sound: error")
             << u"fail soundmanager.SetMasterVolume error no"_s
             << QStringList{

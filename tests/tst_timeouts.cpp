@@ -97,7 +97,7 @@ private Q_SLOTS:
         QVERIFY2(qAbs(clock.elapsed() - 30'000) < 1000, qPrintable(QString::number(clock.elapsed())));
         const QStringList lines = m_fixture->take();
         QVERIFY(lines.contains(u"log 1 Clear data failed ...! Continuing anyway with SoftReset... "_s));
-        QCOMPARE(lines.constLast(), u"log 4 Succesfully Soft Reset! Rebooting..."_s);
+        QVERIFY(lines.constLast().startsWith(u"log 4 Succesfully Soft Reset! Rebooting..."));
         QFile pid(script + u".pid"_s);
         QVERIFY(pid.open(QIODevice::ReadOnly));
         QVERIFY(!QFile::exists(u"/proc/"_s + QString::fromLatin1(pid.readAll().trimmed()))); // nothing is left running

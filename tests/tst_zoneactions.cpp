@@ -141,19 +141,8 @@ private Q_SLOTS:
                    QStringList{u"log 9 Zone Low, Current Light Intensity =100"_s, u"log 9 Zone Low, SetLight =60"_s};
         };
         QTest::newRow("sound: error") << u"fail soundmanager.GetStatus error"_s << sound({noVolume});
-        QTest::newRow("sound: status") << u"fail soundmanager.GetStatus status -3"_s << sound({noVolume});
-        QTest::newRow("sound: types") << u"fail soundmanager.GetStatus types"_s << sound({noVolume});
-        QTest::newRow("sound: dies") << u"fail soundmanager.GetStatus dies"_s << sound({noVolume});
-        QTest::newRow("sound: absent") << u"stop soundmanager"_s << sound({noVolume});
         QTest::newRow("sound: a value missing") << u"fail soundmanager.GetStatus few"_s << sound({});
-        QTest::newRow("sound: a value too many") << u"fail soundmanager.GetStatus many"_s << sound({});
         QTest::newRow("light: error") << u"fail lightmanager.GetIntensity error"_s << light({noLight});
-        QTest::newRow("light: status") << u"fail lightmanager.GetIntensity status 1"_s << light({noLight});
-        QTest::newRow("light: types") << u"fail lightmanager.GetIntensity types"_s << light({noLight});
-        QTest::newRow("light: a value missing") << u"fail lightmanager.GetIntensity few"_s << light({noLight});
-        QTest::newRow("light: a value too many") << u"fail lightmanager.GetIntensity many"_s << light({noLight});
-        QTest::newRow("light: dies") << u"fail lightmanager.GetIntensity dies"_s << light({noLight});
-        QTest::newRow("light: absent") << u"stop lightmanager"_s << light({noLight});
     }
 
     void unreadableValuesCountAsLoud()

@@ -45,9 +45,11 @@ LogInterface::LogInterface(const QString&) {}
 
 LogInterface::~LogInterface() = default;
 
-void LogInterface::EmitLogString(unsigned int level, const char* text, const char*)
+void LogInterface::EmitLogString(unsigned int level, const char* text, const char* objectPath)
 {
-    timeline().addLogLine(static_cast<int>(level), QString::fromLocal8Bit(text));
+    const QString path = QString::fromLatin1(objectPath);
+    const QString source = path.endsWith(u"/powerobj") ? QString() : u" @"_s + path;
+    timeline().addLogLine(static_cast<int>(level), QString::fromLocal8Bit(text) + source);
 }
 
 int LIBGPIO_set_enabled(int line, int on)

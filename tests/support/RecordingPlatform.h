@@ -7,7 +7,8 @@
 #include <functional>
 
 /// The record of the test program: the recording platform writes the power daemon's log lines, GPIO lines and pauses to
-/// it, the simulated device its calls and signals. The platform's pauses do not wait. Its configuration store is the
+/// it (a line of another source than the power daemon's object ends in "@" and its path), the simulated device its calls
+/// and signals. The platform's pauses do not wait. Its configuration store is the
 /// host's, that is, the simulated configuration service.
 [[nodiscard]] Timeline& timeline();
 
