@@ -116,3 +116,22 @@ configure_and_build() {
     (cd "$ROOT" && cmake --build --preset "$preset" --parallel "$JOBS" ${1:+--target "$@"}) ||
         die "building with preset \"$preset\" failed"
 }
+
+# run_on_private_bus COMMAND...: with a session bus of its own; the script ends with the command's status.
+run_on_private_bus() {
+    # dbus-run-session that ends by a signal leaves its bus and the command behind. So it never gets one: as a background
+    # job it ignores the terminal's interrupt, and the signals that come here go to the command, which ends the rest.
+    local status
+    PID_FILE=$(mktemp)
+    trap 'rm -f "$PID_FILE"' EXIT
+    trap 'kill -s TERM "$(<"$PID_FILE")" || true' INT TERM HUP
+    # shellcheck disable=SC2016 # for the inner shell to expand
+    dbus-run-session -- bash -c 'echo $$ >"$1"; shift; exec "$@"' run "$PID_FILE" "$@" <&0 &
+
+    # A signal ends a wait early.
+    while :; do
+        status=0
+        wait $! || status=$?
+        kill -0 $! 2>/dev/null || exit "$status"
+    done
+}

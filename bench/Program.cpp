@@ -1,0 +1,142 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "Program.h"
+
+#include "Error.h"
+#include "InterfaceDescription.h"
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QTimer>
+
+#include <chrono>
+#include <csignal>
+#include <cstddef>
+#include <cstdlib>
+
+#include <sched.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// The number behind "FIELD:" in a file of /proc, or at its beginning where field is empty; 0 where there is none.
+qint64 numberIn(const QString& path, const QByteArray& field)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return 0;
+    }
+    const QByteArray text = file.readAll();
+    const QByteArray label = field.isEmpty() ? field : '\n' + field + ':';
+    const qsizetype at = text.indexOf(label);
+    return at < 0 ? 0 : std::strtoll(text.constData() + at + label.size(), nullptr, 10);
+}
+
+/// Also before the new program is loaded. A machine that refuses it measures with more noise.
+void stayOnLastCpu()
+{
+    cpu_set_t cpus;
+    CPU_ZERO(&cpus);
+    CPU_SET(static_cast<std::size_t>(sysconf(_SC_NPROCESSORS_ONLN) - 1), &cpus);
+    sched_setaffinity(0, sizeof cpus, &cpus);
+}
+
+} // namespace
+
+Program::Program(const QString& file, const QStringList& arguments, const QString& busName) : m_busName(busName)
+{
+    const InterfaceDescription interface = Catalogue().powerDaemon();
+    m_call =
+        QDBusMessage::createMethodCall(busName, interface.objectPath, interface.interfaceName, u"IsActionsEnabled"_s);
+    m_process.setProgram(file);
+    m_process.setArguments(arguments);
+    m_process.setStandardInputFile(QProcess::nullDevice());
+    m_process.setStandardOutputFile(QProcess::nullDevice());
+    m_process.setStandardErrorFile(QProcess::nullDevice());
+    m_process.setChildProcessModifier([] {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        stayOnLastCpu();
+    });
+}
+
+Program::~Program()
+{
+    stop();
+}
+
+std::optional<double> Program::start()
+{
+    QEventLoop loop;
+    const QDBusServiceWatcher watcher(m_busName, QDBusConnection::sessionBus(),
+                                      QDBusServiceWatcher::WatchForRegistration);
+    QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, &loop, &QEventLoop::quit);
+    QObject::connect(&m_process, &QProcess::stateChanged, &loop, [&loop](QProcess::ProcessState state) {
+        if (state == QProcess::NotRunning) {
+            loop.exit(1);
+        }
+    });
+    QTimer::singleShot(10s, &loop, [&loop] { loop.exit(1); });
+    QElapsedTimer clock;
+    clock.start();
+    m_process.start();
+    if (m_process.state() == QProcess::NotRunning || loop.exec() != 0) {
+        printError(m_process.program() + u" did not come to the bus: "_s + m_process.errorString());
+        return std::nullopt;
+    }
+    return static_cast<double>(clock.nsecsElapsed()) / 1e6;
+}
+
+void Program::stop()
+{
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+bool Program::isRunning() const
+{
+    return m_process.state() == QProcess::Running;
+}
+
+const QDBusMessage& Program::call() const
+{
+    return m_call;
+}
+
+qint64 Program::cpuNanoseconds() const
+{
+    return sumOverThreads(u"schedstat"_s, QByteArray());
+}
+
+qint64 Program::voluntarySwitches() const
+{
+    return sumOverThreads(u"status"_s, "voluntary_ctxt_switches");
+}
+
+qint64 Program::memoryKilobytes(const QByteArray& field) const
+{
+    return numberIn(folder() + u"/smaps_rollup", field);
+}
+
+QString Program::folder() const
+{
+    return u"/proc/"_s + QString::number(m_process.processId());
+}
+
+qint64 Program::sumOverThreads(const QString& file, const QByteArray& field) const
+{
+    const QString tasks = folder() + u"/task/";
+    const QStringList threads = QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    qint64 sum = 0;
+    for (const QString& thread : threads) {
+        sum += numberIn(tasks + thread + u'/' + file, field);
+    }
+    return sum;
+}

@@ -1,0 +1,447 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "BenchDevice.h"
+#include "DBusValues.h"
+#include "DeviceFiles.h"
+#include "Error.h"
+#include "Program.h"
+#include "Report.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+#include <QSaveFile>
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+struct Settings
+{
+    std::chrono::seconds idle;
+    int starts;
+};
+
+void wait(std::chrono::milliseconds duration)
+{
+    QEventLoop loop;
+    QTimer::singleShot(duration, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+/// The value below which the given fraction of the values lies.
+double quantile(QList<double> values, double fraction)
+{
+    const auto index = static_cast<qsizetype>(fraction * static_cast<double>(values.size()));
+    std::nth_element(values.begin(), values.begin() + index, values.end());
+    return values.at(index);
+}
+
+/// What a program has used in some time.
+struct Usage
+{
+    double cpuNanoseconds = 0;
+    double switches = 0;
+};
+
+/// What the kernel has counted for a program up to now.
+Usage usage(const Program& program)
+{
+    return {static_cast<double>(program.cpuNanoseconds()), static_cast<double>(program.voluntarySwitches())};
+}
+
+Usage operator-(const Usage& a, const Usage& b)
+{
+    return {a.cpuNanoseconds - b.cpuNanoseconds, a.switches - b.switches};
+}
+
+/// What follows the start of a program is not its idle state yet.
+constexpr std::chrono::milliseconds kSettlingTime = 2s;
+
+Program makeDaemon()
+{
+    return {QStringLiteral(POWERMANAGER_PROGRAM), {}, Catalogue().powerDaemon().busName};
+}
+
+/// Daemon and floor, side by side on the bus.
+struct Pair
+{
+    [[nodiscard]] bool start()
+    {
+        if (!daemon.start() || !floor.start()) {
+            return false;
+        }
+        wait(kSettlingTime);
+        return true;
+    }
+
+    [[nodiscard]] bool isRunning() const
+    {
+        return daemon.isRunning() && floor.isRunning();
+    }
+
+    Program daemon = makeDaemon();
+    Program floor{QStringLiteral(FLOOR_PROGRAM), {u"com.quillmark.zelt.floor"_s}, u"com.quillmark.zelt.floor"_s};
+};
+
+bool measureStart(const Settings& settings, Report& report)
+{
+    Pair pair;
+    QList<double> daemonTimes;
+    QList<double> floorTimes;
+    for (int i = 0; i <= settings.starts; ++i) {
+        const std::optional<double> daemonTime = pair.daemon.start();
+        pair.daemon.stop();
+        const std::optional<double> floorTime = pair.floor.start();
+        pair.floor.stop();
+        if (!daemonTime || !floorTime) {
+            return false;
+        }
+        if (i > 0) { // the first one may have read files from the disk
+            daemonTimes.append(*daemonTime);
+            floorTimes.append(*floorTime);
+        }
+    }
+    report.add(u"start to name on the bus, no other service, median of %1"_s.arg(settings.starts), u"ms"_s,
+               quantile(daemonTimes, 0.5), quantile(floorTimes, 0.5));
+    return true;
+}
+
+bool measureIdle(const Settings& settings, Report& report)
+{
+    Pair pair;
+    if (!pair.start()) {
+        return false;
+    }
+    const Usage daemonBefore = usage(pair.daemon);
+    const Usage floorBefore = usage(pair.floor);
+    wait(settings.idle);
+    const Usage daemon = usage(pair.daemon) - daemonBefore;
+    const Usage floor = usage(pair.floor) - floorBefore;
+    if (!pair.isRunning()) {
+        printError(u"a program has ended while it was idle"_s);
+        return false;
+    }
+    const double minutes = std::chrono::duration<double, std::ratio<60>>(settings.idle).count();
+    report.add(u"idle: CPU time, all threads, over %1 s"_s.arg(settings.idle.count()), u"ms/min"_s,
+               daemon.cpuNanoseconds / 1e6 / minutes, floor.cpuNanoseconds / 1e6 / minutes);
+    report.add(u"idle: voluntary context switches, all threads"_s, u"1/min"_s, daemon.switches / minutes,
+               floor.switches / minutes);
+    for (const char* field : {"Pss", "Private_Dirty"}) {
+        report.add(u"idle: memory, "_s + QLatin1StringView(field), u"kB"_s,
+                   static_cast<double>(pair.daemon.memoryKilobytes(field)),
+                   static_cast<double>(pair.floor.memoryKilobytes(field)));
+    }
+    return true;
+}
+
+/// Calls a program and appends the round trip in microseconds. @return whether it answered as it should
+[[nodiscard]] bool call(const Program& program, QList<double>& times)
+{
+    QElapsedTimer clock;
+    clock.start();
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(program.call());
+    times.append(static_cast<double>(clock.nsecsElapsed()) / 1e3);
+    if (reply.arguments() != QVariantList{0, true}) {
+        printError(u"IsActionsEnabled of "_s + program.call().service() + u": "_s + reply.errorMessage());
+        return false;
+    }
+    return true;
+}
+
+bool measureCalls(const Settings&, Report& report)
+{
+    constexpr int kWarmUp = 200;
+    constexpr int kCalls = 5000;
+    Pair pair;
+    if (!pair.start()) {
+        return false;
+    }
+    QList<double> daemonTimes;
+    QList<double> floorTimes;
+    for (int i = 0; i < kWarmUp + kCalls; ++i) {
+        if (i == kWarmUp) {
+            daemonTimes.clear();
+            floorTimes.clear();
+        }
+        if (!call(pair.daemon, daemonTimes) || !call(pair.floor, floorTimes)) {
+            return false;
+        }
+    }
+    for (const int percent : {50, 99}) {
+        report.add(u"method call, round trip, p%1 of %2"_s.arg(percent).arg(kCalls), u"µs"_s,
+                   quantile(daemonTimes, percent / 100.0), quantile(floorTimes, percent / 100.0));
+    }
+    return true;
+}
+
+/// Sends status broadcasts to one program alone, one at a time as on the device, so that each wakes it.
+/// @return its CPU time for each in microseconds
+double costOfBroadcasts(const Program& program, const QDBusMessage& broadcast, int count)
+{
+    const Usage before = usage(program);
+    for (int i = 0; i < count; ++i) {
+        QDBusConnection::sessionBus().send(broadcast);
+        wait(3ms);
+    }
+    return (usage(program) - before).cpuNanoseconds / 1e3 / count;
+}
+
+bool measureBroadcasts(const Settings&, Report& report)
+{
+    constexpr int kRounds = 20;
+    constexpr int kBroadcasts = 50;
+    Pair pair;
+    BenchDevice observer;
+    if (!pair.start() || !observer.start({})) {
+        return false;
+    }
+    const Catalogue catalogue;
+    const InterfaceDescription& status = *catalogue.findService(u"statusmanager"_s);
+    const MemberDescription& signal = *status.findSignal(u"SystemStatus"_s);
+    if (!QDBusConnection::sessionBus().registerService(status.busName)) {
+        printError(status.busName + u" can't be had"_s);
+        return false;
+    }
+    QList<double> daemonCosts;
+    QList<double> floorCosts;
+    for (int round = 0; round <= kRounds; ++round) {
+        for (const auto& [program, costs] :
+             {std::pair(&pair.daemon, &daemonCosts), std::pair(&pair.floor, &floorCosts)}) {
+            QDBusMessage broadcast = QDBusMessage::createTargetedSignal(program->call().service(), status.objectPath,
+                                                                        status.interfaceName, signal.name);
+            broadcast.setArguments(dbusvalues::fill(signal.out, {{u"CBATT"_s, 50}}));
+            const double cost = costOfBroadcasts(*program, broadcast, kBroadcasts);
+            if (round > 0) { // the first one enters a zone
+                costs->append(cost);
+            }
+        }
+    }
+    (void)QDBusConnection::sessionBus().unregisterService(status.busName); // for the simulated one to come
+    // Proof that they arrive, and that none but the first has changed the zone.
+    if (observer.count(u"signal powermanager.PowerZoneChanged(Normal)"_s) != 1 || !pair.isRunning()) {
+        printError(u"the broadcasts have not entered one zone"_s);
+        return false;
+    }
+    report.add(u"status broadcast without a change of zone, CPU time, median of %1 rounds of %2"_s.arg(kRounds).arg(
+                   kBroadcasts),
+               u"µs"_s, quantile(daemonCosts, 0.5), quantile(floorCosts, 0.5));
+    return true;
+}
+
+/// Has a new daemon and a new device carry out lines of the command language, three times.
+/// @return the longest time between the entries of the timeline that read so, in milliseconds
+std::optional<double> worstTimeOf(const QStringList& services, const QString& lines, const QString& from,
+                                  const QString& to)
+{
+    double worst = 0;
+    for (int i = 0; i < 3; ++i) {
+        BenchDevice device;
+        Program daemon = makeDaemon();
+        if (!device.start(services) || !daemon.start()) {
+            return std::nullopt;
+        }
+        wait(kSettlingTime);
+        const std::optional<double> time = device.timeOf(lines, from, to);
+        if (!time) {
+            return std::nullopt;
+        }
+        worst = std::max(worst, *time);
+    }
+    return worst;
+}
+
+bool measureReboot(const Settings&, Report& report)
+{
+    // Meant: 5 s for listeners, 2.5 s of pulses.
+    constexpr double kPausesMs = 7500;
+    const QString request = u"request powermanager.Reboot(bench)"_s;
+    const auto accepted =
+        worstTimeOf(Catalogue().serviceNames(), u"call Reboot bench\nexpect call freqmanager.Reboot within 20"_s,
+                    request, u"call freqmanager.Reboot()"_s);
+    const auto refused = worstTimeOf({}, u"call Reboot bench\nexpect answer Reboot -50 within 20"_s, request,
+                                     u"answer powermanager.Reboot -50"_s);
+    if (!accepted || !refused) {
+        return false;
+    }
+    report.add(u"reboot beyond its pauses of 7.5 s: request to the frequency service's call, worst of 3"_s, u"ms"_s,
+               *accepted - kPausesMs);
+    report.add(u"reboot beyond its pauses of 7.5 s: request to the answer -50, no other service, worst of 3"_s, u"ms"_s,
+               *refused - kPausesMs);
+    return true;
+}
+
+bool measureRestore(const Settings&, Report& report)
+{
+    const auto time = worstTimeOf(Catalogue().serviceNames(),
+                                  u"send gpeventmanager.GpEvent reset_factory true\n"
+                                  "expect call configmanager.Freeze within 20"_s,
+                                  u"line 24 off"_s, u"call configmanager.Freeze()"_s);
+    if (!time) {
+        return false;
+    }
+    report.add(u"soft factory reset: end of the blinking to the store's Freeze, worst of 3"_s, u"ms"_s, *time);
+    return true;
+}
+
+/// The medians of a Google benchmark program, by the benchmarks' names.
+using Medians = QHash<QString, QJsonObject>;
+
+std::optional<Medians> runBenchmark(const QString& program)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(program, {u"--benchmark_format=json"_s, u"--benchmark_repetitions=5"_s,
+                            u"--benchmark_enable_random_interleaving=true"_s});
+    process.waitForFinished(-1);
+    // The variation among zeros is written as NaN, which JSON does not have.
+    const QJsonDocument document = QJsonDocument::fromJson(process.readAllStandardOutput().replace(": NaN", ": null"));
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0 || !document.isObject()) {
+        printError(program + u" failed: "_s + process.errorString());
+        return std::nullopt;
+    }
+    Medians medians;
+    const QJsonArray benchmarks = document.object().value(u"benchmarks"_s).toArray();
+    for (const auto& benchmark : benchmarks) {
+        if (benchmark[u"aggregate_name"] == u"median"_s) {
+            medians.insert(benchmark[u"run_name"].toString(), benchmark.toObject());
+        }
+    }
+    return medians;
+}
+
+/// Not a number where there is no such figure.
+double figure(const Medians& medians, const QString& benchmark, const QString& name)
+{
+    return medians.value(benchmark).value(name).toDouble(qQNaN());
+}
+
+bool measureLoad(const Settings&, Report& report)
+{
+    const auto medians = runBenchmark(QStringLiteral(LOADMONITOR_PROGRAM));
+    if (!medians) {
+        return false;
+    }
+    const QString daemon = u"readByLoadMonitor"_s;
+    const QString floor = u"readByFloor"_s;
+    report.add(u"reading of the load, CPU time"_s, u"µs"_s, figure(*medians, daemon, u"cpu_time"_s) / 1e3,
+               figure(*medians, floor, u"cpu_time"_s) / 1e3);
+    report.add(u"reading of the load, allocations"_s, u"1"_s, figure(*medians, daemon, u"allocations"_s),
+               figure(*medians, floor, u"allocations"_s));
+    return true;
+}
+
+bool measureZones(const Settings&, Report& report)
+{
+    const auto medians = runBenchmark(QStringLiteral(POWERZONES_PROGRAM));
+    if (!medians) {
+        return false;
+    }
+    for (const int count : {1'000, 10'000, 100'000}) {
+        report.add(u"loading %1 zones, per 1,000 zones"_s.arg(QLocale(QLocale::English).toString(count)), u"ms"_s,
+                   figure(*medians, u"loadZones/"_s + QString::number(count), u"s_per_1000_zones"_s) * 1e3);
+    }
+    return true;
+}
+
+struct Measurement
+{
+    const char* name;
+    bool (*run)(const Settings&, Report&);
+    const char* description;
+};
+
+/// In the order in which they run.
+constexpr Measurement kMeasurements[] = {
+    {"start", measureStart, "start to the name on the bus"},
+    {"idle", measureIdle, "CPU time, context switches and memory of both programs idle at the same time"},
+    {"calls", measureCalls, "round trip of a method call"},
+    {"broadcasts", measureBroadcasts, "CPU time of a status broadcast that changes nothing"},
+    {"reboot", measureReboot, "what a reboot takes beyond its pauses"},
+    {"restore", measureRestore, "what a soft factory reset takes beyond its pauses"},
+    {"load", measureLoad, "reading of the CPU load"},
+    {"zones", measureZones, "loading of zone files"},
+};
+
+QString describe()
+{
+    QString text =
+        u"Measures the power daemon on the session bus, which is to be a private one, against the floor: the "
+        u"least that a program with its standing duties has to do. Prints a Markdown table.\n\n"
+        u"Measurements:\n"_s;
+    for (const Measurement& measurement : kMeasurements) {
+        text += u"  %1 %2\n"_s.arg(QLatin1StringView(measurement.name), -12)
+                    .arg(QLatin1StringView(measurement.description));
+    }
+    return text;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    QCommandLineParser options;
+    options.setApplicationDescription(describe());
+    options.addHelpOption();
+    options.addOptions({
+        {u"idle"_s, u"How long the programs are watched idle (default 60)."_s, u"SECONDS"_s, u"60"_s},
+        {u"starts"_s, u"How often they are started (default 50)."_s, u"N"_s, u"50"_s},
+        {u"json"_s, u"Writes the figures to FILE as well."_s, u"FILE"_s},
+    });
+    options.addPositionalArgument(u"name"_s, u"Measurements to make; none: all."_s, u"[name...]"_s);
+    options.process(application);
+
+    const Settings settings{std::chrono::seconds(options.value(u"idle"_s).toInt()), options.value(u"starts"_s).toInt()};
+    QStringList wanted = options.positionalArguments();
+    if (settings.idle <= 0s || settings.starts <= 0) {
+        printError(u"--idle and --starts expect a whole number above 0"_s);
+        return 2;
+    }
+    QList<Measurement> chosen;
+    for (const Measurement& measurement : kMeasurements) {
+        if (wanted.removeAll(QLatin1StringView(measurement.name)) > 0 || options.positionalArguments().isEmpty()) {
+            chosen.append(measurement);
+        }
+    }
+    if (!wanted.isEmpty()) {
+        printError(wanted.constFirst() + u" is no measurement (--help lists them)"_s);
+        return 2;
+    }
+
+    QString error;
+    if (!DeviceFiles(QStringLiteral(ZELT_ROOT)).prepare(&error)) {
+        printError(error);
+        return 1;
+    }
+    Report report;
+    for (const Measurement& measurement : std::as_const(chosen)) {
+        std::fprintf(stderr, "==> measuring: %s\n", measurement.name);
+        if (!measurement.run(settings, report)) {
+            return 1;
+        }
+    }
+    std::fputs(report.toMarkdown().toUtf8().constData(), stdout);
+    if (options.isSet(u"json"_s)) {
+        QSaveFile file(options.value(u"json"_s));
+        if (!file.open(QIODevice::WriteOnly) || file.write(report.toJson()) < 0 || !file.commit()) {
+            printError(file.fileName() + u": "_s + file.errorString());
+            return 1;
+        }
+    }
+    return 0;
+}
