@@ -16,6 +16,9 @@ constexpr QLatin1StringView kTimeFormat("yyyy-MM-dd HH:mm:ss");
 /// The status of a refusal. The daemons' own codes differ; none of them is 0.
 constexpr int kRefused = -1;
 
+/// What the frequency service takes.
+constexpr int kFrequenciesMHz[] = {96, 200, 300, 372, 408, 456};
+
 /// The group whose keys QSettings has without a group: it reads "[GENERAL]" so.
 constexpr QLatin1StringView kUngrouped("GENERAL");
 
@@ -93,8 +96,11 @@ constexpr MethodEffect kMethodEffects[] = {
      }},
     {"freqmanager.SetFreq",
      [](Device& device, const QVariantList& arguments) -> QVariantMap {
-         device.freqMHz = arguments.at(0).toInt();
-         device.notify(u"freqmanager.FreqChanged"_s, {{u"NewFreqMHz"_s, device.freqMHz}});
+         const int freqMHz = arguments.at(0).toInt();
+         if (std::find(std::begin(kFrequenciesMHz), std::end(kFrequenciesMHz), freqMHz) == std::end(kFrequenciesMHz)) {
+             return refused();
+         }
+         device.changeFreq(freqMHz);
          return {};
      }},
     {"lightmanager.GetIntensity",
@@ -209,6 +215,14 @@ void Device::loadConfig()
         const bool isGrouped = key.contains(u'/');
         config.insert({isGrouped ? key.section(u'/', 0, 0) : kUngrouped, isGrouped ? key.section(u'/', 1) : key},
                       file.value(key).toString());
+    }
+}
+
+void Device::changeFreq(int mhz)
+{
+    if (freqMHz != mhz) {
+        freqMHz = mhz;
+        notify(u"freqmanager.FreqChanged"_s, {{u"NewFreqMHz"_s, mhz}});
     }
 }
 

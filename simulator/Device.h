@@ -62,6 +62,9 @@ struct Device
     /// Starts anew: what is not saved is lost, what was frozen can be written again, the camera is off.
     void restart();
 
+    /// The CPU runs at a frequency; it is announced where it is another one.
+    void changeFreq(int mhz);
+
     [[nodiscard]] bool saveConfig() const;
     void loadConfig();
 

@@ -7,6 +7,7 @@
 
 #include <QTime>
 
+#include <chrono>
 #include <functional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -121,6 +122,21 @@ QList<Command> deviceCommands()
              const QVariantList values{runner.value(u"status"_s).toInt(), runner.value(u"type"_s)};
              runner.simulator().sendValues(u"updatemanager.FilesUpdateStarted"_s, {0, runner.value(u"type"_s)});
              runner.simulator().sendValues(u"updatemanager.FilesUpdated"_s, values);
+         }},
+
+        // The CPU
+        {"freq <mhz:int:1:10000>", "sets the CPU frequency as another program would; the frequency service tells it",
+         kActs,
+         [](ScenarioRunner& runner) {
+             runner.simulator().device().changeFreq(runner.value(u"mhz"_s).toInt());
+             runner.simulator().sendNotifications();
+         }},
+        {"load <percent:int:1:100> for <seconds:number:0:86400>",
+         "loads this machine's CPU from now on, while the lines go on; a new load replaces the old one", kActs,
+         [](ScenarioRunner& runner) {
+             const std::chrono::duration<double> length(runner.value(u"seconds"_s).toDouble());
+             runner.simulator().load().start(runner.value(u"percent"_s).toInt(),
+                                             std::chrono::duration_cast<std::chrono::milliseconds>(length));
          }},
 
         // Buttons and lines

@@ -184,6 +184,11 @@ QList<Command> lookingCommands()
              expectNumber(runner, u"light"_s,
                           [](Simulator& simulator) -> double { return simulator.device().lightIntensity; });
          }},
+        {"expect freq <number:int:1:10000> [within <within:number:0:86400>]", "waits for the CPU frequency in MHz",
+         kLooks,
+         [](ScenarioRunner& runner) {
+             expectNumber(runner, u"freq"_s, [](Simulator& simulator) -> double { return simulator.device().freqMHz; });
+         }},
         {"expect schedule <number:int:0:1000000> [within <within:number:0:86400>]",
          "waits for the number of entries in the scheduler", kLooks,
          [](ScenarioRunner& runner) {

@@ -34,6 +34,7 @@ Simulator::Simulator(Timeline& timeline, const QString& root, const QString& gpi
         connect(simulated, &SimulatedService::called, this, &Simulator::onCalled);
         m_services.insert(description.service, simulated);
     }
+    connect(&m_load, &LoadGenerator::ended, this, [this] { m_timeline.note(u"the load has ended"_s); });
     m_wakeUpTimer.setSingleShot(true);
     connect(&m_wakeUpTimer, &QTimer::timeout, this, &Simulator::wakeUp);
 }
@@ -97,6 +98,11 @@ const DeviceFiles& Simulator::files() const
 GpioLines& Simulator::lines()
 {
     return m_lines;
+}
+
+LoadGenerator& Simulator::load()
+{
+    return m_load;
 }
 
 Timeline& Simulator::timeline()

@@ -6,6 +6,7 @@
 #include "DeviceFiles.h"
 #include "GpioLines.h"
 #include "InterfaceDescription.h"
+#include "LoadGenerator.h"
 #include "SimulatedService.h"
 #include "Timeline.h"
 
@@ -45,6 +46,8 @@ public:
     [[nodiscard]] Device& device();
     [[nodiscard]] const DeviceFiles& files() const;
     [[nodiscard]] GpioLines& lines();
+    /// The load on the machine's own CPU.
+    [[nodiscard]] LoadGenerator& load();
     [[nodiscard]] Timeline& timeline();
 
     /// A service of the catalogue by its short name; null where there is none.
@@ -94,6 +97,7 @@ private:
     Device m_device;
     DeviceFiles m_files;
     GpioLines m_lines;
+    LoadGenerator m_load;
     QTimer m_wakeUpTimer;                         ///< runs while the device is in standby
     QHash<QString, SimulatedService*> m_services; ///< by short name; children
     QString m_observerName;                       ///< of the observer's own bus connection

@@ -29,14 +29,15 @@ QString argumentList(QStringList arguments)
 QString TimelineText::format(const Timeline::Entry& entry) const
 {
     QString label;
-    QString text = entry.toString().section(u' ', 1);
+    const bool isMember = entry.kind == Timeline::Kind::Call || entry.kind == Timeline::Kind::Signal ||
+                          entry.kind == Timeline::Kind::Request;
+    QString text = isMember ? entry.name + argumentList(entry.arguments) : entry.toString().section(u' ', 1);
     switch (entry.kind) {
     case Timeline::Kind::Command:
         label = u">"_s;
         break;
     case Timeline::Kind::Call:
         label = u"call"_s;
-        text = entry.name + argumentList(entry.arguments);
         text += entry.result.isEmpty() ? QString() : u" -> "_s + entry.result;
         break;
     case Timeline::Kind::Answer:

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
 #include "DaemonProcess.h"
+#include "RunTable.h"
 #include "ScenarioRunner.h"
 #include "Simulator.h"
 #include "TimelineText.h"
@@ -74,6 +75,7 @@ public:
 private:
     [[nodiscard]] bool loadScenarios();
     [[nodiscard]] bool readFormat();
+    [[nodiscard]] bool beginTable();
     void watchSignals();
     void beginLines();
     void readStandardInput();
@@ -91,6 +93,7 @@ private:
     Simulator m_simulator;
     std::unique_ptr<DaemonProcess> m_daemon;
     std::unique_ptr<ScenarioRunner> m_runner;
+    std::unique_ptr<RunTable> m_table;
     std::unique_ptr<QSocketNotifier> m_input;
     std::unique_ptr<QSocketNotifier> m_signals;
     QByteArray m_partialLine;
@@ -129,7 +132,7 @@ bool Program::begin()
         printError(reason);
         end(kFailed);
     });
-    if (!loadScenarios()) {
+    if (!loadScenarios() || !beginTable()) {
         m_status = kBadInput;
         return false;
     }
@@ -203,6 +206,20 @@ bool Program::loadScenarios()
         }
     }
     return true;
+}
+
+bool Program::beginTable()
+{
+    if (!m_options.isSet(u"csv"_s)) {
+        return true;
+    }
+    QString error;
+    m_table = std::make_unique<RunTable>(m_simulator);
+    const bool isOpen = m_table->open(m_options.value(u"csv"_s), &error);
+    if (!isOpen) {
+        printError(u"--csv: "_s + error);
+    }
+    return isOpen;
 }
 
 void Program::watchSignals()
@@ -347,6 +364,10 @@ int main(int argc, char** argv)
          u"SERVICE"_s},
         {u"stay"_s, u"Stays after the scenarios or the end of standard input, until SIGINT or SIGTERM."_s},
         {u"level"_s, u"Shows the power daemon's log lines up to LEVEL only (default 9: all)."_s, u"LEVEL"_s, u"9"_s},
+        {u"csv"_s,
+         u"Writes the run to FILE as comma-separated values, a row a second: time, load of this machine's CPU, "
+         "frequency of the device, last command."_s,
+         u"FILE"_s},
         {u"full"_s, u"Shows log lines with source file, line and the function's whole signature."_s},
     });
     options.addPositionalArgument(u"scenario"_s, u"Files with commands; \"-\", or none: standard input."_s,

@@ -76,6 +76,8 @@ private Q_SLOTS:
             << u"fail soundmanager.Sing error"_s
             << u"found \"soundmanager.Sing\", expected a member of soundmanager (methods: GetStatus, SetMasterVolume; "
                "signals: PlayRequested, PlayingFile, PlayingPlaylist) for MEMBER"_s;
+        QTest::newRow("no load") << u"load 0 for 1"_s
+                                 << u"found \"0\", expected a whole number from 1 to 100 for PERCENT"_s;
         QTest::newRow("no button") << u"hold for 5"_s << u"found the end of the line, expected \"for\""_s;
         QTest::newRow("open quotation") << u"note \"half"_s
                                         << u"found the end of the line, expected a closing quotation mark"_s;
@@ -176,6 +178,10 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("lines");
         QTest::addColumn<QString>("error");
+        QTest::newRow("frequency is told once")
+            << u"freq 250\nexpect signal freqmanager.FreqChanged 250\nexpect freq 250\n"
+               "freq 250\nexpect no signal freqmanager.FreqChanged"_s
+            << QString();
         QTest::newRow("buttons are held") << u"hold reset_factory seek- for 0.02\n"
                                              "expect signal gpeventmanager.GpEvent seek- true\n"
                                              "expect signal gpeventmanager.GpEvent reset_factory false"_s
@@ -264,6 +270,11 @@ private Q_SLOTS:
                                        << u"found \"radio\", expected one of configmanager, eventmanager"_s;
         QTest::newRow("wrong level") << QStringList{u"--level"_s, u"high"_s} << QByteArray() << 2
                                      << u"found \"high\", expected a log level"_s;
+        QTest::newRow("no table") << QStringList{u"--csv"_s, u"/nowhere/table"_s} << QByteArray() << 2
+                                  << u"--csv: /nowhere/table: No such file"_s;
+        QTest::newRow("table") << QStringList{u"--csv"_s, u"/dev/stdout"_s} << QByteArray("freq 96\nplay \"a \\\"b\"")
+                               << 0 << u",96,\"play \"\"a \\\"\"b\"\"\"\n"_s;
+        QTest::newRow("load ends with the program") << none << QByteArray("load 100 for 600") << 0 << u"load 100"_s;
         QTest::newRow("no such daemon") << QStringList{u"--run"_s, u"/nowhere"_s} << QByteArray() << 3
                                         << u"can't start /nowhere"_s;
         QTest::newRow("daemon ends on its own")
