@@ -6,31 +6,33 @@
 #include "Names.h"
 #include "Paths.h"
 #include "PowerManagerFixture.h"
-#include "RecordingPlatform.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QRegularExpression>
 #include <QSignalSpy>
-#include <QTest>
 
 #include <cerrno>
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QString kOn = u"line 24 on"_s;
-const QString kOff = u"line 24 off"_s;
-const QString kHalfSecond = u"pause 500000 us"_s;
-const QStringList kSoftPattern{kOn, kHalfSecond, kOff, kHalfSecond, kOn, kHalfSecond, kOff};
-const QStringList kHardPattern{kOn, kHalfSecond, kOff, kHalfSecond, kOn, u"pause 2000000 us"_s, kOff};
 const QString kModeRead = u"line 134 read"_s;
-const QString kSoftStopped = u"log 4 SOFT FACTORY RESET timer stopped"_s;
-const QString kHardStopped = u"log 4 HARD FACTORY RESET timer stopped"_s;
 const QString kSoftStarted = u"log 4 SOFT FACTORY RESET timer started: 5000 s..."_s;
+const QString kSoftStopped = u"log 4 SOFT FACTORY RESET timer stopped"_s;
 const QString kHardStarted = u"log 4 HARD FACTORY RESET timer started: 5000 s..."_s;
+const QString kHardStopped = u"log 4 HARD FACTORY RESET timer stopped"_s;
+const QString kSoftRefused = u"log 2 SOFT FACTORY RESET already running: refused"_s;
+const QString kNoStore = u"log 1 SOFT FACTORY RESET failed (invalid config proxy)"_s;
+
+QStringList pattern(const QString& lastPause)
+{
+    const QString on = u"line 24 on"_s;
+    const QString off = u"line 24 off"_s;
+    const QString wait = u"pause 500000 us"_s;
+    return {on, wait, off, wait, on, lastPause, off};
+}
 
 /// What a reset does to the store, from the published table: "kind|group|key|value", of kind "mode" with a value more
 /// for the access point. What is kept is missing before.
@@ -71,37 +73,36 @@ QStringList restoring(int mode)
                        u"call configmanager.Freeze()"_s};
 }
 
-QStringList clearing(const QString& schedule, const QString& events)
+/// A hard reset, with how the schedule, the events and the script went.
+QStringList hardReset(const QString& schedule, const QString& events, const QString& script)
 {
-    return kHardPattern + QStringList{u"log 2 HARD FACTORY RESET (includes SOFT) started"_s,
-                                      u"log 4 HARD FACTORY RESET: clear schedule"_s,
-                                      u"call scheduler.Clear()"_s,
-                                      schedule,
-                                      u"log 4 HARD FACTORY RESET: clear events"_s,
-                                      u"call eventmanager.Clear()"_s,
-                                      events};
+    return pattern(u"pause 2000000 us"_s) +
+           QStringList{u"log 2 HARD FACTORY RESET (includes SOFT) started"_s,
+                       u"log 4 HARD FACTORY RESET: clear schedule"_s,
+                       u"call scheduler.Clear()"_s,
+                       schedule,
+                       u"log 4 HARD FACTORY RESET: clear events"_s,
+                       u"call eventmanager.Clear()"_s,
+                       events,
+                       script,
+                       u"log 4 Restore Configuration requested"_s} +
+           restoring(0) +
+           QStringList{u"log 4 Succesfully Soft Reset! Rebooting... @/com/quillmark/zelt/networkmanager/netobj"_s};
 }
-
-const QString kScheduleDone = u"log 4 HARD FACTORY RESET: clear schedule done"_s;
-const QString kEventsDone = u"log 4 HARD FACTORY RESET: clear events done"_s;
-const QString kScriptFailed = u"log 1 Clear data failed ...! Continuing anyway with SoftReset... "_s;
-const QString kRequested = u"log 4 Restore Configuration requested"_s;
-const QString kRebooting = u"log 4 Succesfully Soft Reset! Rebooting... @/com/quillmark/zelt/networkmanager/netobj"_s;
 
 } // namespace
 
 /// Hardware events, and the factory resets that two buttons start.
-class TstFactoryRestore : public QObject
+class TstFactoryRestore : public PowerManagerFixture
 {
     Q_OBJECT
 
-    std::unique_ptr<PowerManagerFixture> m_fixture;
     std::unique_ptr<FactoryRestoreManager> m_manager;
 
     /// As PowerManagerFixture::take(), with the time of the restore as NOW where it is the present one.
     QStringList take()
     {
-        QStringList lines = m_fixture->take();
+        QStringList lines = PowerManagerFixture::take();
         static const QRegularExpression kTime(u"\\d{4}/\\d\\d/\\d\\d-\\d\\d:\\d\\d:\\d\\d"_s);
         for (QString& line : lines) {
             const QDateTime time = QDateTime::fromString(kTime.match(line).captured(), u"yyyy/MM/dd-hh:mm:ss"_s);
@@ -112,22 +113,10 @@ class TstFactoryRestore : public QObject
         return lines;
     }
 
-    QString run(const QString& lines)
-    {
-        return m_fixture->run(lines);
-    }
-
-    static void writeScript(const QByteArray& content)
-    {
-        writeFile(paths::clearDataScript(), "#!/bin/sh\n" + content + '\n');
-        QVERIFY(QFile::setPermissions(paths::clearDataScript(), QFile::ReadOwner | QFile::ExeOwner));
-    }
-
 private Q_SLOTS:
     void init()
     {
-        QTest::failOnWarning(QRegularExpression(u".*"_s));
-        m_fixture = std::make_unique<PowerManagerFixture>();
+        PowerManagerFixture::init();
         m_manager = std::make_unique<FactoryRestoreManager>(nullptr);
         QVERIFY(m_manager->isInitialized());
     }
@@ -135,34 +124,38 @@ private Q_SLOTS:
     void cleanup()
     {
         m_manager.reset();
-        m_fixture.reset();
+        PowerManagerFixture::cleanup();
     }
 
     void onlyThreeEventsArePassedOn()
     {
         EventMonitor monitor(nullptr);
         QVERIFY(monitor.isConnected());
-        QStringList passed;
-        connect(&monitor, &EventMonitor::event, this,
-                [&passed](const Event& event) { passed += event.name + u"=%1"_s.arg(event.value); });
+        connect(&monitor, &EventMonitor::event, this, [](const Event& event) {
+            timeline().addLogLine(0, u"passed on: name=%1, value=%2"_s.arg(event.name).arg(event.value));
+        });
+        const QStringList names{u"power|atmega_low_power"_s,
+                                u"reset_factory"_s,
+                                u"seek-"_s,
+                                u"Reset_factory"_s,
+                                u"seek-2"_s,
+                                u"seek+"_s,
+                                QString(),
+                                u"reset_factory "_s};
         QString lines;
-        QStringList log;
-        for (const char* name : {"power|atmega_low_power", "reset_factory", "seek-"}) {
-            lines += u"event \"%1\" on\nevent \"%1\" off\n"_s.arg(QLatin1StringView(name));
-            log += u"log 5 Event got: name=%1, value=1"_s.arg(QLatin1StringView(name));
-            log += u"log 5 Event got: name=%1, value=0"_s.arg(QLatin1StringView(name));
-        }
-        for (const char* name : {"Reset_factory", "seek-2", "seek+", "", "reset_factory "}) {
-            lines += u"event \"%1\" on\n"_s.arg(QLatin1StringView(name));
-            log += u"log 5 Event got: name=%1, value=1"_s.arg(QLatin1StringView(name));
-            log += u"log 9 Event ignored: name=%1, value=1"_s.arg(QLatin1StringView(name));
+        QStringList expected;
+        for (const QString& name : names) {
+            const QString outcome = names.indexOf(name) < 3 ? u"log 0 passed on: "_s : u"log 9 Event ignored: "_s;
+            for (const int value : {1, 0}) {
+                const QString event = u"name=%1, value=%2"_s.arg(name).arg(value);
+                lines += u"event \"%1\" %2\n"_s.arg(name, value == 1 ? u"on"_s : u"off"_s);
+                expected += {u"log 5 Event got: "_s + event, outcome + event};
+            }
         }
 
-        QCOMPARE(run(lines + u"expect log \"Event ignored: name=reset_factory \""_s), QString());
+        QCOMPARE(run(lines + u"expect log \"Event ignored: name=reset_factory , value=0\""_s), QString());
 
-        QCOMPARE(take(), log);
-        QCOMPARE(passed, (QStringList{u"power|atmega_low_power=1"_s, u"power|atmega_low_power=0"_s,
-                                      u"reset_factory=1"_s, u"reset_factory=0"_s, u"seek-=1"_s, u"seek-=0"_s}));
+        QCOMPARE(take(), expected);
     }
 
     void lateEventServiceIsHeard()
@@ -178,22 +171,19 @@ private Q_SLOTS:
 
     void gestures_data()
     {
-        QTest::addColumn<QString>("events"); // R reset pressed, r released; S seek-down pressed, s released; x another
-        QTest::addColumn<QStringList>("log");
-        QTest::newRow("reset tapped") << u"Rr"_s << QStringList{kSoftStarted, kSoftStopped};
-        QTest::newRow("reset told twice") << u"RR"_s << QStringList{kSoftStarted, kSoftStarted};
-        QTest::newRow("seek alone") << u"SsS"_s << QStringList();
-        QTest::newRow("reset, then seek") << u"RS"_s << QStringList{kSoftStarted, kSoftStopped, kHardStarted};
-        QTest::newRow("seek, then reset") << u"SR"_s << QStringList{kHardStarted};
-        QTest::newRow("seek let go leaves the hard countdown running")
-            << u"RSs"_s << QStringList{kSoftStarted, kSoftStopped, kHardStarted, kSoftStarted};
-        QTest::newRow("reset let go stops both") << u"RSsr"_s << QStringList{kSoftStarted, kSoftStopped, kHardStarted,
-                                                                             kSoftStarted, kSoftStopped, kHardStopped};
-        QTest::newRow("both let go, reset first")
-            << u"RSrs"_s << QStringList{kSoftStarted, kSoftStopped, kHardStarted, kHardStopped};
-        QTest::newRow("seek held on, reset again")
-            << u"RSrR"_s << QStringList{kSoftStarted, kSoftStopped, kHardStarted, kHardStopped, kHardStarted};
-        QTest::newRow("low power is none of it") << u"Rxr"_s << QStringList{kSoftStarted, kSoftStopped};
+        // R reset pressed, r released; S seek-down pressed, s released; x another
+        const Table<QString, QStringList> row("events", "log");
+        const QStringList both{kSoftStarted, kSoftStopped, kHardStarted}; // begun with reset
+        row("reset tapped", u"Rr"_s, {kSoftStarted, kSoftStopped});
+        row("reset told twice", u"RR"_s, {kSoftStarted, kSoftStarted});
+        row("seek alone", u"SsS"_s, {});
+        row("reset, then seek", u"RS"_s, both);
+        row("seek, then reset", u"SR"_s, {kHardStarted});
+        row("seek let go leaves the hard countdown running", u"RSs"_s, both + QStringList{kSoftStarted});
+        row("reset let go stops both", u"RSsr"_s, both + QStringList{kSoftStarted, kSoftStopped, kHardStopped});
+        row("both let go, reset first", u"RSrs"_s, both + QStringList{kHardStopped});
+        row("seek held on, reset again", u"RSrR"_s, both + QStringList{kHardStopped, kHardStarted});
+        row("low power is none of it", u"Rxr"_s, {kSoftStarted, kSoftStopped});
     }
 
     void gestures()
@@ -209,10 +199,10 @@ private Q_SLOTS:
 
     void softReset_data()
     {
-        QTest::addColumn<int>("mode");
-        QTest::newRow("infrastructure") << 0;
-        QTest::newRow("access point") << 1;
-        QTest::newRow("neither") << 2;
+        const Table<int> row("mode");
+        row("infrastructure", 0);
+        row("access point", 1);
+        row("neither", 2);
     }
 
     void softReset()
@@ -223,54 +213,42 @@ private Q_SLOTS:
 
         QVERIFY(QMetaObject::invokeMethod(m_manager.get(), "SoftResetTimer_Elapsed"));
 
-        QCOMPARE(take(), QStringList{u"log 4 SOFT FACTORY RESET timer elapsed"_s} + kSoftPattern + restoring(mode));
+        QCOMPARE(take(), QStringList{u"log 4 SOFT FACTORY RESET timer elapsed"_s} + pattern(u"pause 500000 us"_s) +
+                             restoring(mode));
         QCOMPARE(completed.size(), 1);
     }
 
     void identityOutlastsTheReset()
     {
-        QCOMPARE(run(u"config GENERAL SerialNumber 0815\nconfig GENERAL Nickname Kitchen\nconfig GENERAL ZeltId z\n"
-                     "config GENERAL PartNumber p-1\nconfig DEVICES_SETUP wifi-regulatory-region US\n"
-                     "config DEVICES_SETUP wifi-infrastructure-passwd secret\nconfig USER playlist mine"_s),
-                 QString());
-
-        QVERIFY(m_manager->FactorySoftReset(false, false));
-
-        QCOMPARE(run(u"expect config GENERAL SerialNumber 0815\nexpect config GENERAL Nickname Kitchen\n"
-                     "expect config GENERAL ZeltId z\nexpect config GENERAL PartNumber p-1\n"
-                     "expect config DEVICES_SETUP wifi-regulatory-region US\n"
-                     "expect config DEVICES_SETUP wifi-infrastructure-passwd brightfox\n"
-                     "expect config USER playlist mine"_s),
-                 QString());
-    }
-
-    void emptyRegionBecomesTheFactorys()
-    {
-        m_fixture->device().invoke([](Simulator& simulator) {
+        const QString identity = u"config GENERAL SerialNumber 0815\nconfig GENERAL Nickname Kitchen\n"
+                                 "config GENERAL ZeltId z\nconfig GENERAL PartNumber p-1\n"
+                                 "config USER playlist mine\n"_s;
+        QCOMPARE(run(identity + u"config DEVICES_SETUP wifi-infrastructure-passwd secret"_s), QString());
+        device().invoke([](Simulator& simulator) { // there, but empty
             simulator.device().config.insert({u"DEVICES_SETUP"_s, u"wifi-regulatory-region"_s}, QString());
         });
+
         QVERIFY(m_manager->FactorySoftReset(false, false));
-        QCOMPARE(run(u"expect config DEVICES_SETUP wifi-regulatory-region IT"_s), QString());
+
+        QCOMPARE(run(QString(identity).replace(u"config "_s, u"expect config "_s) +
+                     u"expect config DEVICES_SETUP wifi-infrastructure-passwd brightfox\n"
+                     "expect config DEVICES_SETUP wifi-regulatory-region IT"_s),
+                 QString());
     }
 
     void failedSoftResets_data()
     {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<QStringList>("last"); // the last lines
+        const Table<int, QString, QStringList> row("mode", "fault", "last");
         const QString failed = u"log 1 SOFT FACTORY RESET failed (config update error)"_s;
-        const QStringList first{u"call configmanager.SetStringValue(GENERAL, LastRestore, NOW)"_s,
-                                u"log 1 Can't write 'NOW' to GENERAL/LastRestore"_s, failed};
-        QTest::newRow("mode unreadable")
-            << -EIO << u"note no fault"_s
-            << QStringList{kModeRead, u"log 1 Impossible to read MODE_SELECT (Infrastructure or Access Point)"_s};
-        QTest::newRow("no store") << 0 << u"stop configmanager"_s
-                                  << QStringList{u"log 1 SOFT FACTORY RESET failed (invalid config proxy)"_s};
-        QTest::newRow("write refused") << 0 << u"fail configmanager.SetStringValue status 5"_s << first;
-        QTest::newRow("store dies in the middle")
-            << 0 << u"fail configmanager.GetStringValue dies"_s
-            << QStringList{u"call configmanager.GetStringValue(GENERAL, SerialNumber)"_s,
-                           u"log 1 Can't write '' to GENERAL/SerialNumber"_s, failed};
+        row("mode unreadable", -EIO, QString(),
+            {kModeRead, u"log 1 Impossible to read MODE_SELECT (Infrastructure or Access Point)"_s});
+        row("no store", 0, u"stop configmanager"_s, {kNoStore});
+        row("write refused", 0, u"fail configmanager.SetStringValue status 5"_s,
+            {u"call configmanager.SetStringValue(GENERAL, LastRestore, NOW)"_s,
+             u"log 1 Can't write 'NOW' to GENERAL/LastRestore"_s, failed});
+        row("store dies in the middle", 0, u"fail configmanager.GetStringValue dies"_s,
+            {u"call configmanager.GetStringValue(GENERAL, SerialNumber)"_s,
+             u"log 1 Can't write '' to GENERAL/SerialNumber"_s, failed});
     }
 
     void failedSoftResets()
@@ -296,10 +274,11 @@ private Q_SLOTS:
         QCOMPARE(completed.size(), 1);
     }
 
-    void hardReset()
+    void hardResetRunsOnce()
     {
-        const QString witness = paths::clearDataScript() + u".ran"_s;
-        writeScript("touch \"$0.ran\"; read line; echo noise; exit 3"); // neither input nor status nor output matter
+        const QString script = paths::clearDataScript(); // neither its input nor its status nor its output matter
+        writeFile(script, "#!/bin/sh\ntouch \"$0.ran\"; read line; echo noise; exit 3\n");
+        QVERIFY(QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner));
         QList<QVariant> refusals;
         connect(m_manager.get(), &FactoryRestoreManager::ResetCompleted, this,
                 [this, &refusals] { refusals.append(m_manager->FactoryHardReset()); });
@@ -308,44 +287,29 @@ private Q_SLOTS:
 
         const QStringList refused{u"log 2 HARD FACTORY RESET already running: refused"_s};
         QCOMPARE(take(),
-                 (QStringList{u"log 4 HARD FACTORY RESET timer elapsed"_s} + clearing(kScheduleDone, kEventsDone) +
-                  QStringList{u"log 2 Clear data executed OK!"_s, kRequested} + restoring(0) + QStringList{kRebooting} +
-                  refused));
+                 QStringList{u"log 4 HARD FACTORY RESET timer elapsed"_s} +
+                     hardReset(u"log 4 HARD FACTORY RESET: clear schedule done"_s,
+                               u"log 4 HARD FACTORY RESET: clear events done"_s, u"log 2 Clear data executed OK!"_s) +
+                     refused);
         QCOMPARE(refusals, QList<QVariant>{false});
-        QVERIFY(QFile::exists(witness));
+        QVERIFY(QFile::exists(script + u".ran"_s));
 
         // Until the reboot, nothing more.
         QVERIFY(!m_manager->FactoryHardReset());
         QVERIFY(!m_manager->FactorySoftReset(true, true));
-        QCOMPARE(take(), refused + QStringList{u"log 2 SOFT FACTORY RESET already running: refused"_s});
-    }
-
-    void whatFailsStopsNoHardReset_data()
-    {
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<QStringList>("clearing");
-        const QString scheduleFailed = u"log 1 HARD FACTORY RESET: clear schedule failed"_s;
-        const QString eventsFailed = u"log 1 HARD FACTORY RESET: clear events failed"_s;
-        QTest::newRow("schedule refused")
-            << u"fail scheduler.Clear status 4"_s << clearing(scheduleFailed, kEventsDone);
-        QTest::newRow("events refused") << u"fail eventmanager.Clear status -1"_s
-                                        << clearing(kScheduleDone, eventsFailed);
-        // A call that failed outright counts as done: kept.
-        QTest::newRow("schedule fails") << u"fail scheduler.Clear error 7"_s << clearing(kScheduleDone, kEventsDone);
-        QStringList absent = clearing(kScheduleDone, kEventsDone);
-        absent.removeIf([](const QString& line) { return line.startsWith(u"call"); });
-        QTest::newRow("absent") << u"stop scheduler\nstop eventmanager"_s << absent;
+        QCOMPARE(take(), refused + QStringList{kSoftRefused});
     }
 
     void whatFailsStopsNoHardReset()
     {
-        QFETCH(QString, fault);
-        QFETCH(QStringList, clearing);
-        QCOMPARE(run(fault), QString()); // the script is missing besides
+        // The script is missing besides.
+        QCOMPARE(run(u"fail scheduler.Clear status 4\nfail eventmanager.Clear status -1"_s), QString());
 
         QVERIFY(m_manager->FactoryHardReset());
 
-        QCOMPARE(take(), (clearing + QStringList{kScriptFailed, kRequested} + restoring(0) + QStringList{kRebooting}));
+        QCOMPARE(take(), hardReset(u"log 1 HARD FACTORY RESET: clear schedule failed"_s,
+                                   u"log 1 HARD FACTORY RESET: clear events failed"_s,
+                                   u"log 1 Clear data failed ...! Continuing anyway with SoftReset... "_s));
     }
 
     void failedRestoreOfAHardResetRebootsAnyway()
@@ -357,13 +321,12 @@ private Q_SLOTS:
 
         const QStringList lines = take();
         QCOMPARE(lines.mid(lines.size() - 3),
-                 (QStringList{u"log 1 SOFT FACTORY RESET failed (invalid config proxy)"_s,
-                              u"log 1 Impossible to do SOFT FACTORY RESET: ignored"_s,
+                 (QStringList{kNoStore, u"log 1 Impossible to do SOFT FACTORY RESET: ignored"_s,
                               u"log 1 HARD FACTORY RESET (includes SOFT) failed (can't connect/request Software "
                               "Recovery), REBOOTING ANYWAY.."_s}));
         QCOMPARE(completed.size(), 1);
         QVERIFY(!m_manager->FactorySoftReset(true, true));
-        QCOMPARE(take(), QStringList{u"log 2 SOFT FACTORY RESET already running: refused"_s});
+        QCOMPARE(take(), QStringList{kSoftRefused});
     }
 
     void softResetDuringASoftResetIsRefused()
@@ -373,28 +336,21 @@ private Q_SLOTS:
                 [this, &results] { results.append(m_manager->FactorySoftReset(true, true)); });
         QVERIFY(m_manager->FactorySoftReset(true, false));
         QCOMPARE(results, QList<QVariant>{false});
-        QCOMPARE(take().constLast(), u"log 2 SOFT FACTORY RESET already running: refused"_s);
+        QCOMPARE(take().constLast(), kSoftRefused);
     }
 
     void copiedValues_data()
     {
-        QTest::addColumn<QString>("before");
-        QTest::addColumn<QStringList>("log");
-        QTest::addColumn<bool>("isCopied");
+        const Table<QString, bool, QStringList> row("before", "isCopied", "log");
         const QString missing = u"log 2 Can't find FROM/key, using default (d)"_s;
-        QTest::newRow("found") << u"config FROM key v"_s
-                               << QStringList{u"log 4 Successfully copied value 'v' from FROM/key to TO/key"_s} << true;
-        QTest::newRow("missing") << u"note nothing"_s
-                                 << QStringList{missing, u"log 4 Successfully initialized default value FROM/key=d"_s,
-                                                u"log 4 Successfully set default value TO/key=d"_s}
-                                 << true;
-        QTest::newRow("unwritable") << u"config FROM key v\nfail configmanager.SetStringValue error"_s
-                                    << QStringList{u"log 1 Can't write TO/key=v"_s} << false;
-        QTest::newRow("missing and unwritable")
-            << u"fail configmanager.SetStringValue status 1"_s
-            << QStringList{missing, u"log 2 Failed to initialize default value FROM/key=d"_s,
-                           u"log 1 Can't write TO/key=d"_s}
-            << false;
+        row("found", u"config FROM key v"_s, true, {u"log 4 Successfully copied value 'v' from FROM/key to TO/key"_s});
+        row("missing", QString(), true,
+            {missing, u"log 4 Successfully initialized default value FROM/key=d"_s,
+             u"log 4 Successfully set default value TO/key=d"_s});
+        row("unwritable", u"config FROM key v\nfail configmanager.SetStringValue error"_s, false,
+            {u"log 1 Can't write TO/key=v"_s});
+        row("missing and unwritable", u"fail configmanager.SetStringValue status 1"_s, false,
+            {missing, u"log 2 Failed to initialize default value FROM/key=d"_s, u"log 1 Can't write TO/key=d"_s});
     }
 
     void copiedValues()
@@ -411,24 +367,22 @@ private Q_SLOTS:
     void buttonsReachTheResetAndItsRebootFollows()
     {
         m_manager.reset();
-        QVERIFY(m_fixture->start());
-        QCOMPARE(
-            run(u"event reset_factory on\nexpect log \"RESET timer started\"\nevent \"power|atmega_low_power\" off\n"
-                "event reset_factory off\nexpect log \"RESET timer stopped\""_s),
-            QString());
-        timeline().clear();
+        QVERIFY(start());
+        QCOMPARE(arrange(u"event reset_factory on\nexpect log \"RESET timer started\"\n"
+                         "event \"power|atmega_low_power\" off\n"
+                         "event reset_factory off\nexpect log \"RESET timer stopped\""_s),
+                 QString());
 
-        QVERIFY(m_fixture->manager().findChild<FactoryRestoreManager*>()->FactorySoftReset(true, false));
+        QVERIFY(manager().findChild<FactoryRestoreManager*>()->FactorySoftReset(true, false));
 
-        QStringList lines = take();
-        const qsizetype begin = restoring(0).size();
-        QCOMPARE(lines.mid(0, begin), restoring(0));
-        QCOMPARE(lines.at(begin), u"log 2 Reboot (restore) requested: will restart in about 5 seconds..."_s);
+        const QStringList lines = take();
+        const QStringList reset = restoring(0);
+        QCOMPARE(lines.mid(0, reset.size()), reset);
+        QCOMPARE(lines.at(reset.size()), u"log 2 Reboot (restore) requested: will restart in about 5 seconds..."_s);
         QCOMPARE(lines.constLast(), u"call freqmanager.Reboot()"_s);
 
         QCOMPARE(run(u"event \"power|atmega_low_power\" on\nexpect call freqmanager.Shutdown"_s), QString());
-        lines = take();
-        QVERIFY(lines.contains(u"log 2 Shutdown (cmd_shdm) requested: will poweroff in about 5 seconds..."_s));
+        QVERIFY(take().contains(u"log 2 Shutdown (cmd_shdm) requested: will poweroff in about 5 seconds..."_s));
     }
 };
 

@@ -1,23 +1,13 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
 #include "FactoryRestoreManager.h"
-#include "Names.h"
 #include "Paths.h"
-#include "PowerManagerAdaptor.h"
 #include "PowerManagerFixture.h"
-#include "RecordingPlatform.h"
 
 #include <QCoreApplication>
-#include <QDBusConnection>
 #include <QDir>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QTest>
-
-#include <algorithm>
-#include <map>
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -55,123 +45,123 @@ constexpr FaultRow kFaults[] = {
     {"mute", "", "fail %1 mute", Outcome::Failed},
 };
 
-struct Expectation
+const QString kLongPast = u"2024-03-08 07:30:00"_s;
+
+/// What of the power daemon's own operations makes it call others.
+struct Operation
 {
-    const char* line; ///< among the log lines
-    int status;       ///< of the operation
+    const char* name;
+    int (*run)(PowerManager& manager); ///< @return its status
 };
 
-/// A method that the power daemon calls, what of its own operations makes it do so, and what comes of it.
+int increaseFreq(PowerManager& manager)
+{
+    int status = 0;
+    manager.SetAutoscalingEnabled(true);
+    QMetaObject::invokeMethod(&manager, "freqIncrease", Q_RETURN_ARG(int, status));
+    return status;
+}
+
+int enterZone(PowerManager& manager)
+{
+    writeFile(paths::zoneFile(), "[Z]\nhigh_treshold=100\nvolume=80\nlight=60\n");
+    QMetaObject::invokeMethod(&manager, "loadActions", Q_ARG(int, 0), Q_ARG(int, 12));
+    return 0;
+}
+
+int resetFactory(PowerManager& manager, bool isHard)
+{
+    auto* factory = manager.findChild<FactoryRestoreManager*>();
+    return isHard ? factory->FactoryHardReset() : factory->FactorySoftReset(false, false);
+}
+
+constexpr Operation kReboot{"reboot", [](PowerManager& manager) { return manager.Reboot(u"x"_s); }};
+constexpr Operation kShutdown{"shutdown", [](PowerManager& manager) { return manager.Shutdown(u"x"_s); }};
+constexpr Operation kSuspend{"suspend", [](PowerManager& manager) { return manager.Suspend(kLongPast); }};
+constexpr Operation kSetFreq{"set", [](PowerManager& manager) { return manager.SetFreq(300); }};
+constexpr Operation kSoftReset{"soft", [](PowerManager& manager) { return resetFactory(manager, false); }};
+constexpr Operation kHardReset{"hard", [](PowerManager& manager) { return resetFactory(manager, true); }};
+constexpr Operation kFreqUp{"up", &increaseFreq};
+constexpr Operation kEnterZone{"zone", &enterZone};
+
+struct Expectation
+{
+    int status;       ///< of the operation
+    const char* line; ///< among the log lines
+};
+
+/// A method that the power daemon calls, and what comes of it.
 struct Call
 {
     const char* method;
-    const char* operation;
+    const Operation* operation;
     Expectation done;
     Expectation failed;
     Expectation refused;
 };
 
-constexpr Expectation kZoneEntered{"4 Setting zone Z params", 0};
-constexpr Expectation kRestored{"2 SOFT FACTORY RESET successfully completed", 1};
-constexpr Expectation kNotRestored{"1 SOFT FACTORY RESET failed (config update error)", 0};
+constexpr Expectation kNotRebooted{-50, "1 Reboot error"};
+constexpr Expectation kNotShutDown{-51, "1 Shutdown error"};
+constexpr Expectation kNoAlarm{-52, "1 Error setting wakeup time to 2024-03-08 07:30:00 (localtime)"};
+constexpr Expectation kAwake{0, "4 Post-suspend restore"};
+constexpr Expectation kNotSuspended{-52, "1 Error calling Suspend. returned 0"};
+constexpr Expectation kSuspendRefused{-52, "1 Error calling Suspend. returned 7"};
+constexpr Expectation kFreqSet{0, "5 CPU Frequency set to 300"};
+constexpr Expectation kFreqNotSet{-52, "1 Error setting cpu frequency to 300"};
+constexpr Expectation kFreqUnreadable{-53, "1 GetFreq error"};
+constexpr Expectation kLightFoundOn{0, "2 SAVED CURRENT SYSTEM STATUS: light=1"};
+constexpr Expectation kLightFoundOff{0, "2 SAVED CURRENT SYSTEM STATUS: light=0"};
+constexpr Expectation kLightUnknown{0, "1 Impossible to get current Light status: suppose off"};
+constexpr Expectation kLightNotSwitched{0, "1 Error turning light 0"};
+constexpr Expectation kRgbSwitched{0, "5 RGB switch set to 1"};
+constexpr Expectation kRgbUnknown{0, "2 Can't find if Rgb is disabled: suppose not"};
+constexpr Expectation kRgbNotSwitched{0, "1 Error turning rgb 1"};
+constexpr Expectation kCameraNotSwitched{0, "1 Error turning camera 0"};
+constexpr Expectation kPhoneNotForced{0, "1 Error forcing phone off"};
+constexpr Expectation kVolumeKnown{0, "9 Zone Z, Current MasterVolume =100.000000"};
+constexpr Expectation kVolumeUnknown{0, "2 Can't read current master volume: suppose 100% (128)"};
+constexpr Expectation kVolumeAssumed{0, "9 Zone Z, Current MasterVolume =128.000000"};
+constexpr Expectation kIntensityKnown{0, "9 Zone Z, Current Light Intensity =100"};
+constexpr Expectation kIntensityUnknown{0, "2 Can't read current light intensity: suppose 100%"};
+constexpr Expectation kZoneEntered{0, "4 Setting zone Z params"};
+constexpr Expectation kChargeUnknown{0, "9 Zone -1 not changed for charge 0"};
+constexpr Expectation kVolumeRestored{0, "4 Master volume restored to 55.00"};
+constexpr Expectation kVolumeNotRestored{0, "2 Error restoring master volume"};
+constexpr Expectation kVolumeNotFound{0, "2 Can't read SOUND/masterVolume"};
+constexpr Expectation kRestored{1, "2 SOFT FACTORY RESET successfully completed"};
+constexpr Expectation kNotRestored{0, "1 SOFT FACTORY RESET failed (config update error)"};
+constexpr Expectation kNoStore{0, "1 SOFT FACTORY RESET failed (invalid config proxy)"};
+constexpr Expectation kScheduleCleared{1, "4 HARD FACTORY RESET: clear schedule done"};
+constexpr Expectation kScheduleNotCleared{1, "1 HARD FACTORY RESET: clear schedule failed"};
+constexpr Expectation kEventsCleared{1, "4 HARD FACTORY RESET: clear events done"};
+constexpr Expectation kEventsNotCleared{1, "1 HARD FACTORY RESET: clear events failed"};
 
 constexpr Call kCalls[] = {
-    {"freqmanager.Reboot",
-     "reboot",
-     {"2 Power event emitted: reboot", 0},
-     {"1 Reboot error", -50},
-     {"1 Reboot error", -50}},
-    {"freqmanager.Shutdown",
-     "shutdown",
-     {"2 Power event emitted: shutdown", 0},
-     {"1 Shutdown error", -51},
-     {"1 Shutdown error", -51}},
-    {"freqmanager.SetWakeup",
-     "suspend",
-     {"4 Pre-suspend setup", 0},
-     {"1 Error setting wakeup time to 2024-03-08 07:30:00 (localtime)", -52},
-     {"1 Error setting wakeup time to 2024-03-08 07:30:00 (localtime)", -52}},
-    {"freqmanager.Suspend",
-     "suspend",
-     {"4 Post-suspend restore", 0},
-     {"1 Error calling Suspend. returned 0", -52},
-     {"1 Error calling Suspend. returned 7", -52}},
-    {"freqmanager.SetFreq",
-     "set",
-     {"5 CPU Frequency set to 300", 0},
-     {"1 Error setting cpu frequency to 300", -52},
-     {"1 Error setting cpu frequency to 300", -52}},
-    {"freqmanager.GetFreq",
-     "up",
-     {"5 CPU Frequency set to 300", 0},
-     {"1 GetFreq error", -53},
-     {"5 CPU Frequency set to 300", 0}},
-    {"lightmanager.GetSwitch",
-     "reboot",
-     {"2 SAVED CURRENT SYSTEM STATUS: light=1", 0},
-     {"2 SAVED CURRENT SYSTEM STATUS: light=0", 0},
-     {"1 Impossible to get current Light status: suppose off", 0}},
-    {"lightmanager.Switch",
-     "reboot",
-     {"5 Light switch set to 0", 0},
-     {"1 Error turning light 0", 0},
-     {"1 Error turning light 0", 0}},
-    {"rgbfeaturemanager.IsDisabled",
-     "reboot",
-     {"5 RGB switch set to 1", 0},
-     {"2 Can't find if Rgb is disabled: suppose not", 0},
-     {"5 RGB switch set to 1", 0}}, // it answers without a status
-    {"rgbfeaturemanager.Disable",
-     "reboot",
-     {"5 RGB switch set to 1", 0},
-     {"1 Error turning rgb 1", 0},
-     {"5 RGB switch set to 1", 0}},
-    {"photomanager.EnableCamera",
-     "reboot",
-     {"5 Camera switch set to 0", 0},
-     {"1 Error turning camera 0", 0},
-     {"1 Error turning camera 0", 0}},
-    {"phonemanager.ForcePhoneOff",
-     "reboot",
-     {"5 Phone forced off", 0},
-     {"1 Error forcing phone off", 0},
-     {"1 Error forcing phone off", 0}},
-    {"soundmanager.GetStatus",
-     "zone",
-     {"9 Zone Z, Current MasterVolume =100.000000", 0},
-     {"2 Can't read current master volume: suppose 100% (128)", 0},
-     {"2 Can't read current master volume: suppose 100% (128)", 0}},
-    {"soundmanager.SetMasterVolume", "zone", kZoneEntered, kZoneEntered, kZoneEntered}, // not waited for
-    {"soundmanager.SetMasterVolume",
-     "suspend",
-     {"4 Master volume restored to 55.00", 0},
-     {"2 Error restoring master volume", 0},
-     {"2 Error restoring master volume", 0}},
-    {"lightmanager.GetIntensity",
-     "zone",
-     {"9 Zone Z, Current Light Intensity =100", 0},
-     {"2 Can't read current light intensity: suppose 100%", 0},
-     {"2 Can't read current light intensity: suppose 100%", 0}},
-    {"lightmanager.SetIntensity", "zone", kZoneEntered, kZoneEntered, kZoneEntered}, // not waited for
-    {"statusmanager.GetStatus", "zone", kZoneEntered, {"9 Zone -1 not changed for charge 0", 0}, kZoneEntered},
-    {"configmanager.GetStringValue",
-     "suspend",
-     {"4 Master volume restored to 55.00", 0},
-     {"2 Can't read SOUND/masterVolume", 0},
-     {"2 Can't read SOUND/masterVolume", 0}},
-    {"configmanager.SetStringValue", "soft", kRestored, kNotRestored, kNotRestored},
-    {"configmanager.Save", "soft", kRestored, kRestored, kRestored},
-    {"configmanager.Freeze", "soft", kRestored, kRestored, kRestored},
-    {"scheduler.Clear",
-     "hard",
-     {"4 HARD FACTORY RESET: clear schedule done", 1},
-     {"4 HARD FACTORY RESET: clear schedule done", 1},
-     {"1 HARD FACTORY RESET: clear schedule failed", 1}},
-    {"eventmanager.Clear",
-     "hard",
-     {"4 HARD FACTORY RESET: clear events done", 1},
-     {"4 HARD FACTORY RESET: clear events done", 1},
-     {"1 HARD FACTORY RESET: clear events failed", 1}},
+    {"freqmanager.Reboot", &kReboot, {0, "2 Power event emitted: reboot"}, kNotRebooted, kNotRebooted},
+    {"freqmanager.Shutdown", &kShutdown, {0, "2 Power event emitted: shutdown"}, kNotShutDown, kNotShutDown},
+    {"freqmanager.SetWakeup", &kSuspend, {0, "4 Pre-suspend setup"}, kNoAlarm, kNoAlarm},
+    {"freqmanager.Suspend", &kSuspend, kAwake, kNotSuspended, kSuspendRefused},
+    {"freqmanager.SetFreq", &kSetFreq, kFreqSet, kFreqNotSet, kFreqNotSet},
+    {"freqmanager.GetFreq", &kFreqUp, kFreqSet, kFreqUnreadable, kFreqSet},
+    {"lightmanager.GetSwitch", &kReboot, kLightFoundOn, kLightFoundOff, kLightUnknown},
+    {"lightmanager.Switch", &kReboot, {0, "5 Light switch set to 0"}, kLightNotSwitched, kLightNotSwitched},
+    // It answers without a status.
+    {"rgbfeaturemanager.IsDisabled", &kReboot, kRgbSwitched, kRgbUnknown, kRgbSwitched},
+    {"rgbfeaturemanager.Disable", &kReboot, kRgbSwitched, kRgbNotSwitched, kRgbSwitched},
+    {"photomanager.EnableCamera", &kReboot, {0, "5 Camera switch set to 0"}, kCameraNotSwitched, kCameraNotSwitched},
+    {"phonemanager.ForcePhoneOff", &kReboot, {0, "5 Phone forced off"}, kPhoneNotForced, kPhoneNotForced},
+    {"soundmanager.GetStatus", &kEnterZone, kVolumeKnown, kVolumeUnknown, kVolumeUnknown},
+    {"soundmanager.SetMasterVolume", &kEnterZone, kZoneEntered, kZoneEntered, kZoneEntered}, // not waited for
+    {"soundmanager.SetMasterVolume", &kSuspend, kVolumeRestored, kVolumeNotRestored, kVolumeNotRestored},
+    {"lightmanager.GetIntensity", &kEnterZone, kIntensityKnown, kIntensityUnknown, kIntensityUnknown},
+    {"lightmanager.SetIntensity", &kEnterZone, kZoneEntered, kZoneEntered, kZoneEntered}, // not waited for
+    {"statusmanager.GetStatus", &kEnterZone, kZoneEntered, kChargeUnknown, kZoneEntered},
+    {"configmanager.GetStringValue", &kSuspend, kVolumeRestored, kVolumeNotFound, kVolumeNotFound},
+    {"configmanager.SetStringValue", &kSoftReset, kRestored, kNotRestored, kNotRestored},
+    {"configmanager.Save", &kSoftReset, kRestored, kRestored, kRestored},
+    {"configmanager.Freeze", &kSoftReset, kRestored, kRestored, kRestored},
+    {"scheduler.Clear", &kHardReset, kScheduleCleared, kScheduleCleared, kScheduleNotCleared},
+    {"eventmanager.Clear", &kHardReset, kEventsCleared, kEventsCleared, kEventsNotCleared},
 };
 
 /// Where the power daemon deliberately sees something else than the fault's usual outcome.
@@ -182,26 +172,23 @@ struct Exception
     Expectation expected;
 };
 
-constexpr Expectation kNoStore{"1 SOFT FACTORY RESET failed (invalid config proxy)", 0};
-constexpr Expectation kAssumedVolume{"9 Zone Z, Current MasterVolume =128.000000", 0};
-
 constexpr Exception kExceptions[] = {
     // Two values are needed, and two only; the second is converted where that is possible.
-    {"freqmanager.GetFreq", "many", {"1 GetFreq error", -53}},
-    {"freqmanager.GetFreq", "types", {"5 CPU Frequency set to 300", 0}},
-    {"freqmanager.GetFreq", "arrays", {"5 CPU Frequency set to 96", 0}},
-    {"lightmanager.GetSwitch", "many", {"2 SAVED CURRENT SYSTEM STATUS: light=0", 0}},
-    {"lightmanager.GetSwitch", "types", {"2 SAVED CURRENT SYSTEM STATUS: light=1", 0}},
-    {"lightmanager.GetIntensity", "many", {"2 Can't read current light intensity: suppose 100%", 0}},
+    {"freqmanager.GetFreq", "many", kFreqUnreadable},
+    {"freqmanager.GetFreq", "types", kFreqSet},
+    {"freqmanager.GetFreq", "arrays", {0, "5 CPU Frequency set to 96"}},
+    {"lightmanager.GetSwitch", "many", kLightFoundOff},
+    {"lightmanager.GetSwitch", "types", kLightFoundOn},
+    {"lightmanager.GetIntensity", "many", kIntensityUnknown},
     // A snapshot of another length has a status, but no values.
-    {"soundmanager.GetStatus", "few", kAssumedVolume},
-    {"soundmanager.GetStatus", "many", kAssumedVolume},
-    {"statusmanager.GetStatus", "many", {"9 Zone -1 not changed for charge 0", 0}},
+    {"soundmanager.GetStatus", "few", kVolumeAssumed},
+    {"soundmanager.GetStatus", "many", kVolumeAssumed},
+    {"statusmanager.GetStatus", "many", kChargeUnknown},
     {"statusmanager.GetStatus", "types", kZoneEntered},
     // The alarm comes first.
-    {"freqmanager.Suspend", "absent", {"1 Error setting wakeup time to 2024-03-08 07:30:00 (localtime)", -52}},
+    {"freqmanager.Suspend", "absent", kNoAlarm},
     // A store that nobody serves is told from one that fails.
-    {"configmanager.GetStringValue", "absent", {"2 Error creating Configuration manager", 0}},
+    {"configmanager.GetStringValue", "absent", {0, "2 Error creating Configuration manager"}},
     {"configmanager.SetStringValue", "absent", kNoStore},
     {"configmanager.Save", "absent", kNoStore},
     {"configmanager.Freeze", "absent", kNoStore},
@@ -209,179 +196,96 @@ constexpr Exception kExceptions[] = {
 
 Expectation expectedOf(const Call& call, const FaultRow& fault)
 {
-    const auto* exception =
-        std::find_if(std::begin(kExceptions), std::end(kExceptions), [&call, &fault](const Exception& row) {
-            return qstrcmp(row.method, call.method) == 0 && qstrcmp(row.fault, fault.name) == 0;
-        });
-    if (exception != std::end(kExceptions)) {
-        return exception->expected;
+    for (const Exception& row : kExceptions) {
+        if (qstrcmp(row.method, call.method) == 0 && qstrcmp(row.fault, fault.name) == 0) {
+            return row.expected;
+        }
     }
     return fault.outcome == Outcome::Done ? call.done : fault.outcome == Outcome::Failed ? call.failed : call.refused;
 }
 
-bool isMute(const FaultRow& fault)
+QString logLine(const Expectation& expected)
 {
-    return qstrcmp(fault.name, "mute") == 0;
+    return u"log "_s + QString::fromLatin1(expected.line);
 }
 
 } // namespace
 
 /// Every remote method that the power daemon calls, with every fault that a service can show.
-class TstFaults : public QObject
+class TstFaults : public PowerManagerFixture
 {
     Q_OBJECT
 
-    QTemporaryDir m_folder; ///< the device's files are in the working folder
-    std::unique_ptr<PowerManagerFixture> m_fixture;
-    std::map<QString, std::unique_ptr<QProcess>> m_mute; ///< test processes of the rows whose service is mute
-
-    PowerManager& manager()
-    {
-        return m_fixture->manager();
-    }
-
-    int operate(const QString& operation)
-    {
-        int status = 0;
-        if (operation == u"reboot") {
-            return manager().Reboot(u"x"_s);
-        }
-        if (operation == u"shutdown") {
-            return manager().Shutdown(u"x"_s);
-        }
-        if (operation == u"suspend") {
-            return manager().Suspend(u"2024-03-08 07:30:00"_s);
-        }
-        if (operation == u"set") {
-            return manager().SetFreq(300);
-        }
-        if (operation == u"soft" || operation == u"hard") {
-            auto* factory = manager().findChild<FactoryRestoreManager*>();
-            return operation == u"soft" ? factory->FactorySoftReset(false, false) : factory->FactoryHardReset();
-        }
-        if (operation == u"up") {
-            manager().SetAutoscalingEnabled(true);
-            QMetaObject::invokeMethod(&manager(), "freqIncrease", Q_RETURN_ARG(int, status));
-        } else {
-            writeFile(paths::zoneFile(), "[Z]\nhigh_treshold=100\nvolume=80\nlight=60\n");
-            QMetaObject::invokeMethod(&manager(), "loadActions", Q_ARG(int, 0), Q_ARG(int, 12));
-        }
-        return status;
-    }
+    QTemporaryDir m_folder;  ///< the device's files are in the working folder
+    QList<QProcess*> m_mute; ///< children: test processes of the rows whose service is mute
 
 private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_folder.isValid() && QDir::setCurrent(m_folder.path()));
         if (QCoreApplication::arguments().size() > 1) {
-            return;
+            return; // rows were asked for by name
         }
         // A process and a bus for each, so that the time-outs pass side by side.
         for (const Call& call : kCalls) {
-            const QString row =
-                u"cell:%1 by %2: mute"_s.arg(QLatin1StringView(call.method), QLatin1StringView(call.operation));
-            auto process = std::make_unique<QProcess>();
-            process->start(QStringLiteral(DBUS_RUN_SESSION), {u"--"_s, QCoreApplication::applicationFilePath(), row});
-            m_mute.emplace(row, std::move(process));
+            const QString row = QString::asprintf("cell:%s by %s: mute", call.method, call.operation->name);
+            m_mute.append(new QProcess(this));
+            m_mute.constLast()->start(QStringLiteral(DBUS_RUN_SESSION),
+                                      {u"--"_s, QCoreApplication::applicationFilePath(), row});
         }
-    }
-
-    void init()
-    {
-        QTest::failOnWarning(QRegularExpression(u".*"_s));
-        m_fixture = std::make_unique<PowerManagerFixture>();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
     }
 
     void cell_data()
     {
-        QTest::addColumn<QString>("before");
-        QTest::addColumn<QString>("after");
-        QTest::addColumn<QString>("operation");
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QStringList>("notThese"); // failures that would be another one's
+        QTest::addColumn<const Call*>("call");
+        QTest::addColumn<const FaultRow*>("fault");
+        const bool isMuteAskedFor = QCoreApplication::arguments().value(1).contains(u": mute");
         for (const Call& call : kCalls) {
-            const QString method = QString::fromLatin1(call.method);
             for (const FaultRow& fault : kFaults) {
                 // Those that cost a time-out run only when they are asked for by name: see initTestCase().
-                if (isMute(fault) && !QCoreApplication::arguments().value(1).contains(u": mute")) {
-                    continue;
+                if (isMuteAskedFor || qstrcmp(fault.name, "mute") != 0) {
+                    QTest::addRow("%s by %s: %s", call.method, call.operation->name, fault.name) << &call << &fault;
                 }
-                const Expectation expected = expectedOf(call, fault);
-                QStringList others;
-                for (const char* line : {call.failed.line, call.refused.line}) {
-                    const bool isFailure = line[0] == '1';
-                    if (isFailure && qstrcmp(line, expected.line) != 0) {
-                        others.append(u"log "_s + QString::fromLatin1(line));
-                    }
-                }
-                const auto fill = [&method](const char* text) {
-                    return QString(QString::fromLatin1(text).replace(u"%1"_s, method))
-                        .replace(u"%2"_s, method.section(u'.', 0, 0));
-                };
-                QTest::addRow("%s by %s: %s", call.method, call.operation, fault.name)
-                    << fill(fault.before) << fill(fault.after) << QString::fromLatin1(call.operation)
-                    << u"log "_s + QString::fromLatin1(expected.line) << expected.status << others;
             }
         }
     }
 
     void cell()
     {
-        QFETCH(QString, before);
-        QFETCH(QString, after);
-        QFETCH(QString, operation);
-        QFETCH(QString, line);
-        QFETCH(QStringList, notThese);
-        QCOMPARE(m_fixture->run(u"charge 40\nconfig SOUND masterVolume 55\n"_s + before), QString());
-        QVERIFY(m_fixture->start());
-        QCOMPARE(m_fixture->run(u"wait 0\n"_s + after), QString());
-        timeline().clear();
+        QFETCH(const Call*, call);
+        QFETCH(const FaultRow*, fault);
+        const auto fill = [call](const char* line) {
+            const QString method = QString::fromLatin1(call->method);
+            return QString::fromLatin1(line).replace(u"%1"_s, method).replace(u"%2"_s, method.section(u'.', 0, 0));
+        };
+        const Expectation expected = expectedOf(*call, *fault);
+        QCOMPARE(run(u"charge 40\nconfig SOUND masterVolume 55\n"_s + fill(fault->before)), QString());
+        QVERIFY(start());
+        QCOMPARE(arrange(u"wait 0\n"_s + fill(fault->after)), QString());
 
-        QTEST(operate(operation), "status");
+        QCOMPARE(call->operation->run(manager()), expected.status);
 
-        const QStringList lines = m_fixture->take();
-        QVERIFY2(lines.contains(line), qPrintable(lines.join(u'\n')));
-        for (const QString& other : std::as_const(notThese)) {
-            QVERIFY2(!lines.contains(other), qPrintable(other));
+        const QStringList lines = take();
+        QVERIFY2(lines.contains(logLine(expected)), qPrintable(lines.join(u'\n')));
+        for (const Expectation& other : {call->failed, call->refused}) { // not what would be another fault's failure
+            const bool isFailure = other.line[0] == '1' && qstrcmp(other.line, expected.line) != 0;
+            QVERIFY2(!isFailure || !lines.contains(logLine(other)), other.line);
         }
         // Still there, and serving.
-        QDBusConnection bus = QDBusConnection::sessionBus();
-        PowerManagerAdaptor adaptor(&manager());
-        QVERIFY(bus.registerService(QLatin1StringView(kServiceName)));
-        QVERIFY(bus.registerObject(QLatin1StringView(kObjectPath), &manager(), QDBusConnection::ExportAdaptors));
-        const QString error =
-            m_fixture->run(u"repair all\ncall IsActionsEnabled\nexpect answer IsActionsEnabled 0 true within 20"_s);
-        bus.unregisterObject(QLatin1StringView(kObjectPath));
-        bus.unregisterService(QLatin1StringView(kServiceName));
-        QCOMPARE(error, QString());
-    }
-
-    void muteServices_data()
-    {
-        QTest::addColumn<QString>("row");
-        for (auto process = m_mute.cbegin(); process != m_mute.cend(); ++process) {
-            QTest::newRow(qPrintable(process->first)) << process->first;
-        }
+        QVERIFY(serve());
+        QCOMPARE(run(u"repair all\ncall IsActionsEnabled\nexpect answer IsActionsEnabled 0 true within 20"_s),
+                 QString());
     }
 
     void muteServices()
     {
-        if (m_mute.empty()) {
-            return; // rows were asked for by name
+        for (QProcess* process : std::as_const(m_mute)) {
+            QVERIFY(process->state() == QProcess::NotRunning || process->waitForFinished(60'000));
+            const QByteArray output = process->readAllStandardOutput();
+            const QByteArray row =
+                "PASS   : TstFaults::cell(" + process->arguments().constLast().section(u':', 1).toUtf8();
+            QVERIFY2(process->exitCode() == 0 && output.contains(row), output.constData());
         }
-        QFETCH(QString, row);
-        QProcess& process = *m_mute.at(row);
-        QVERIFY(process.state() == QProcess::NotRunning || process.waitForFinished(60'000));
-        const QByteArray output = process.readAllStandardOutput();
-        QVERIFY2(process.exitCode() == 0 &&
-                     output.contains(QByteArray("PASS   : TstFaults::cell(" + row.section(u':', 1).toUtf8())),
-                 output.constData());
     }
 };
 

@@ -3,13 +3,12 @@
 #include "Configuration.h"
 #include "LogInterface.h"
 #include "SimulatedDevice.h"
+#include "Table.h"
 #include "libgpio.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
-#include <QTest>
 
 #include <array>
 #include <cerrno>
@@ -22,55 +21,38 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Standard error as a pipe that keeps writes apart: each read returns what one write wrote.
-class CapturedStandardError
+/// What one log line comes to on standard error: one entry for each write.
+/// @param isJournal whether standard error is the journal's stream
+QList<QByteArray> writesOf(unsigned int level, const QByteArray& text, bool isJournal)
 {
-public:
-    CapturedStandardError() : m_saved(dup(STDERR_FILENO))
-    {
-        if (pipe2(m_pipe.data(), O_DIRECT | O_NONBLOCK) != 0) {
-            qFatal("no pipe");
-        }
-        dup2(m_pipe[1], STDERR_FILENO);
+    std::array<int, 2> ends = {};
+    if (pipe2(ends.data(), O_DIRECT | O_NONBLOCK) != 0) { // keeps writes apart: each read returns what one write wrote
+        qFatal("no pipe");
     }
-    ~CapturedStandardError()
-    {
-        dup2(m_saved, STDERR_FILENO);
-        for (const int descriptor : {m_saved, m_pipe[0], m_pipe[1]}) {
-            close(descriptor);
-        }
-    }
-    Q_DISABLE_COPY_MOVE(CapturedStandardError)
-
-    QByteArray readOneWrite() const
-    {
-        std::array<char, 8192> buffer = {};
-        const ssize_t length = read(m_pipe[0], buffer.data(), buffer.size());
-        return {buffer.data(), std::max<qsizetype>(0, length)};
-    }
-
-private:
-    int m_saved;
-    std::array<int, 2> m_pipe = {};
-};
-
-QByteArray journalStream()
-{
+    const int saved = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
     struct stat info = {};
     fstat(STDERR_FILENO, &info);
-    return QByteArray::number(qulonglong{info.st_dev}) + ':' + QByteArray::number(qulonglong{info.st_ino});
+    const QByteArray own =
+        QByteArray::number(qulonglong{info.st_dev}) + ':' + QByteArray::number(qulonglong{info.st_ino});
+    qputenv("JOURNAL_STREAM", isJournal ? own : "1:1"); // that is somebody else's
+    LogInterface(u"/log"_s).EmitLogString(level, text.constData(), "/a/b");
+    dup2(saved, STDERR_FILENO);
+
+    QList<QByteArray> writes;
+    std::array<char, 8192> buffer = {};
+    for (ssize_t length = 0; (length = read(ends[0], buffer.data(), buffer.size())) > 0;) {
+        writes.append(QByteArray(buffer.data(), length));
+    }
+    for (const int descriptor : {saved, ends[0], ends[1]}) {
+        close(descriptor);
+    }
+    return writes;
 }
 
 QString gpioFile(const QString& name)
 {
     return QStringLiteral(ZELT_GPIO_ROOT "/") + name;
-}
-
-bool writeFile(const QString& name, const QByteArray& content)
-{
-    QFile file(gpioFile(name));
-    return QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly) &&
-           file.write(content) == content.size();
 }
 
 QByteArray readFile(const QString& name)
@@ -92,49 +74,31 @@ private Q_SLOTS:
         QTest::failOnWarning(QRegularExpression(u".*"_s));
         QDir(QStringLiteral(ZELT_GPIO_ROOT)).removeRecursively();
         QVERIFY(QDir().mkpath(QStringLiteral(ZELT_GPIO_ROOT)));
-        qunsetenv("JOURNAL_STREAM");
     }
 
     void logLine_data()
     {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<QByteArray>("line");
-        QTest::newRow("plain") << QByteArray("[main.cpp:60] int main(int, char**): Starting Power Manager...")
-                               << QByteArray("4 /a/b [main.cpp:60] int main(int, char**): Starting Power Manager...\n");
-        QTest::newRow("a forged line") << QByteArray("x\n1 /a/b y\r\t") << QByteArray("4 /a/b x\\n1 /a/b y\\r\\t\n");
-        QTest::newRow("other controls") << QByteArray("\x1b[31m\x01\x7f") << QByteArray("4 /a/b \\x1b[31m\\x01\\x7f\n");
-        QTest::newRow("other bytes") << QByteArray("\\ \" % \xc3\xa4 \xff")
-                                     << QByteArray("4 /a/b \\ \" % \xc3\xa4 \xff\n");
-        QTest::newRow("empty") << QByteArray("") << QByteArray("4 /a/b \n");
+        const Table<unsigned int, QByteArray, bool, QByteArray> row("level", "text", "isJournal", "line");
+        row("plain", 4, "[main.cpp:60] int main(int, char**): Starting Power Manager...", false,
+            "4 /a/b [main.cpp:60] int main(int, char**): Starting Power Manager...\n");
+        row("a forged line", 4, "x\n1 /a/b y\r\t", false, "4 /a/b x\\n1 /a/b y\\r\\t\n");
+        row("other controls", 4, "\x1b[31m\x01\x7f", false, "4 /a/b \\x1b[31m\\x01\\x7f\n");
+        row("other bytes", 4, "\\ \" % \xc3\xa4 \xff", false, "4 /a/b \\ \" % \xc3\xa4 \xff\n");
+        row("empty", 4, "", false, "4 /a/b \n");
+        row("error in the journal", 1, "x", true, "<3>1 /a/b x\n");
+        row("warning in the journal", 2, "x", true, "<4>2 /a/b x\n");
+        row("information in the journal", 4, "x", true, "<6>4 /a/b x\n");
+        row("actuation in the journal", 5, "x", true, "<5>5 /a/b x\n");
+        row("detail in the journal", 9, "x", true, "<7>9 /a/b x\n");
     }
 
     void logLine()
     {
+        QFETCH(unsigned int, level);
         QFETCH(QByteArray, text);
-        const CapturedStandardError standardError;
-
-        LogInterface(u"/log"_s).EmitLogString(4, text.constData(), "/a/b");
-
-        QTEST(standardError.readOneWrite(), "line");
-        QCOMPARE(standardError.readOneWrite(), QByteArray());
-    }
-
-    void journalGetsThePriority()
-    {
-        const CapturedStandardError standardError;
-        qputenv("JOURNAL_STREAM", journalStream());
-        LogInterface journal(u"/log"_s);
-        qputenv("JOURNAL_STREAM", "1:1"); // somebody else's
-        LogInterface other(u"/log"_s);
-
-        const std::array<std::pair<unsigned int, const char*>, 5> expected{
-            {{1, "<3>1 / x\n"}, {2, "<4>2 / x\n"}, {4, "<6>4 / x\n"}, {5, "<5>5 / x\n"}, {9, "<7>9 / x\n"}}};
-        for (const auto& [level, line] : expected) {
-            journal.EmitLogString(level, "x", "/");
-            QCOMPARE(standardError.readOneWrite(), QByteArray(line));
-        }
-        other.EmitLogString(1, "x", "/");
-        QCOMPARE(standardError.readOneWrite(), QByteArray("1 / x\n"));
+        QFETCH(bool, isJournal);
+        QFETCH(QByteArray, line);
+        QCOMPARE(writesOf(level, text, isJournal), QList<QByteArray>{line});
     }
 
     void configuration()
@@ -147,11 +111,10 @@ private Q_SLOTS:
         QVERIFY(store.isValid());
         bool found = false;
 
-        QCOMPARE(store.ReadConfigValue(u"SOUND"_s, u"masterVolume"_s, 1.0, &found, true), -12.5);
-        QVERIFY(found);
-        for (const QString& key : {u"name"_s, u"odd"_s, u"missing"_s}) {
-            QCOMPARE(store.ReadConfigValue(u"SOUND"_s, key, 1.0, &found, true), 1.0);
-            QVERIFY(!found);
+        for (const auto& [key, number] : {std::pair{u"masterVolume"_s, -12.5}, std::pair{u"name"_s, 1.0},
+                                          std::pair{u"odd"_s, 1.0}, std::pair{u"missing"_s, 1.0}}) {
+            QCOMPARE(store.ReadConfigValue(u"SOUND"_s, key, 1.0, &found, true), number);
+            QCOMPARE(found, number < 0);
         }
         QCOMPARE(store.ReadConfigValue(u"SOUND"_s, u"name"_s, u"none"_s, &found, true), u"loud"_s);
         QVERIFY(found);
@@ -159,62 +122,16 @@ private Q_SLOTS:
         QVERIFY(!found);
 
         QVERIFY(store.WriteConfigValue(u"SOUND"_s, u"name"_s, u"quiet"_s, false));
-        QVERIFY(store.Save());
-        QVERIFY(store.Freeze());
+        QVERIFY(store.Save() && store.Freeze());
         QVERIFY(!store.WriteConfigValue(u"SOUND"_s, u"name"_s, u"frozen"_s, false));
         QCOMPARE(store.ReadConfigValue(u"SOUND"_s, u"name"_s, QString(), nullptr, true), u"quiet"_s);
-        QCOMPARE(device.run(u"expect call configmanager.Save\nexpect call configmanager.Freeze"_s), QString());
-    }
-
-    void configurationFaults_data()
-    {
-        QTest::addColumn<QString>("fault");
-        for (const char* fault : {"error", "status -1", "few", "types", "dies"}) {
-            QTest::newRow(fault) << QString::fromLatin1(fault);
-        }
-    }
-
-    void configurationFaults()
-    {
-        QFETCH(QString, fault);
-        Timeline timeline;
-        SimulatedDevice device(timeline);
-        QCOMPARE(device.run(
-                     u"config A b 5\nfail configmanager.GetStringValue %1\nfail configmanager.SetStringValue %1"_s.arg(
-                         fault)),
-                 QString());
-        const Configuration store(u"/me"_s);
-        bool found = true;
-
-        QCOMPARE(store.ReadConfigValue(u"A"_s, u"b"_s, u"none"_s, &found, true), u"none"_s);
-        QVERIFY(!found);
-        QVERIFY(!store.WriteConfigValue(u"A"_s, u"b"_s, u"6"_s, false));
-    }
-
-    void deadConfigurationStoreHoldsForFiveSeconds()
-    {
-        Timeline timeline;
-        SimulatedDevice device(timeline);
-        QCOMPARE(device.run(u"fail configmanager.Save mute"_s), QString());
-        const Configuration store(u"/me"_s);
-        QElapsedTimer clock;
-        clock.start();
-
-        QVERIFY(!store.Save());
-
-        QVERIFY2(clock.elapsed() > 4000 && clock.elapsed() < 8000, qPrintable(QString::number(clock.elapsed())));
-    }
-
-    void missingConfigurationStoreIsUnusable()
-    {
-        Timeline timeline;
-        const SimulatedDevice device(timeline, {u"configmanager"_s});
-        QVERIFY(!Configuration(u"/me"_s).isValid());
+        QCOMPARE(device.run(u"fail configmanager.Save error\nfail configmanager.Freeze error"_s), QString());
+        QVERIFY(!store.Save() && !store.Freeze());
     }
 
     void gpioIsWrittenInPlace()
     {
-        QVERIFY(writeFile(u"gpio24/value"_s, "0\n"));
+        writeFile(gpioFile(u"gpio24/value"_s), "0\n");
 
         QCOMPARE(LIBGPIO_set_enabled(24, 7), 0);
         QCOMPARE(readFile(u"gpio24/value"_s), QByteArray("1\n"));
@@ -224,21 +141,19 @@ private Q_SLOTS:
 
     void gpioIsRead_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<int>("value");
-        QTest::newRow("low") << QByteArray("0\n") << 0 << 0;
-        QTest::newRow("high") << QByteArray("1") << 0 << 1;
-        QTest::newRow("neither") << QByteArray("2\n") << 0 << 2;
-        QTest::newRow("empty") << QByteArray("") << -EINVAL << 42;
-        QTest::newRow("text") << QByteArray("high\n") << -EINVAL << 42;
-        QTest::newRow("number and text") << QByteArray("1x\n") << -EINVAL << 42;
+        const Table<QByteArray, int, int> row("content", "status", "value");
+        row("low", "0\n", 0, 0);
+        row("high", "1", 0, 1);
+        row("neither", "2\n", 0, 2);
+        row("empty", "", -EINVAL, 42);
+        row("text", "high\n", -EINVAL, 42);
+        row("number and text", "1x\n", -EINVAL, 42);
     }
 
     void gpioIsRead()
     {
         QFETCH(QByteArray, content);
-        QVERIFY(writeFile(u"gpio134/value"_s, content));
+        writeFile(gpioFile(u"gpio134/value"_s), content);
         int value = 42;
 
         QTEST(LIBGPIO_get_enabled(134, &value), "status");
@@ -250,7 +165,7 @@ private Q_SLOTS:
         int value = 42;
         QCOMPARE(LIBGPIO_get_enabled(134, &value), -ENOENT);
 
-        QVERIFY(writeFile(u"export"_s, ""));
+        writeFile(gpioFile(u"export"_s), "");
         QCOMPARE(LIBGPIO_set_enabled(24, 1), -ENOENT); // nobody makes the folder here
         QCOMPARE(readFile(u"export"_s), QByteArray("24"));
         QCOMPARE(value, 42);

@@ -1,15 +1,12 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
 #include "ActionManager.h"
-#include "Log.h"
 #include "Paths.h"
 #include "PowerManagerFixture.h"
-#include "RecordingPlatform.h"
 
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
-#include <QTest>
 
 #include <sys/stat.h>
 
@@ -17,102 +14,104 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// The log lines since the last call.
-QStringList takeLog()
+constexpr char kZones[] = "[Normal]\nhigh_treshold=100\n"
+                          "[Low]\nlow_treshold=15\nhigh_treshold=40\nvolume=80\nlight=60\n"
+                          "[Critical]\nhigh_treshold=15\nvolume=40\n";
+
+/// A zone file of the source tree, or the one that a page of it shows.
+QByteArray shipped(const QString& name)
 {
-    QStringList lines;
-    const QList<Timeline::Entry> entries = timeline().entries();
-    for (const Timeline::Entry& entry : entries) {
-        lines.append(entry.toString());
-    }
-    timeline().clear();
-    return lines;
+    QFile file(QStringLiteral(SOURCE_FOLDER) + name);
+    const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    const qsizetype begin = text.indexOf("```ini\n") + 7;
+    return begin < 7 ? text : text.mid(begin, text.indexOf("```\n", begin) - begin);
 }
 
-/// Which charges belong to which zone, e.g. "1-15 Critical, 16-100 Normal".
+QString reading()
+{
+    return u"log 9 Reading "_s + paths::zoneFile();
+}
+
+QString loaded(const QString& zone, int low, int high)
+{
+    return u"log 4 Loaded zone %1 from %2% to %3%"_s.arg(zone).arg(low).arg(high);
+}
+
+QString skipped(const QString& zone, int low, int high)
+{
+    return u"log 4 Skipped zone %1 from %2% to %3%"_s.arg(zone).arg(low).arg(high);
+}
+
+/// From which charge on which zone applies, e.g. "0 None, 1 Critical, 16 Normal".
 QString owners(ActionManager& manager)
 {
     QStringList bands;
-    int begin = 0;
-    QString name;
-    for (int charge = 0; charge <= 101; ++charge) {
-        manager.reload(); // else a charge without a zone keeps the one before
-        const int zone = charge <= 100 ? manager.setBatteryCharge(charge) : -1;
-        const QString next = zone < 0 ? QString() : manager.zoneName(zone);
-        if (next != name) {
-            if (!name.isEmpty()) {
-                bands.append(u"%1-%2 %3"_s.arg(begin).arg(charge - 1).arg(name));
-            }
-            begin = charge;
-            name = next;
+    QString previous;
+    for (int charge = 0; charge <= 100; ++charge) {
+        (void)manager.reload(); // else a charge without a zone keeps the one before
+        const QString name = manager.zoneName(manager.setBatteryCharge(charge));
+        if (name != previous) {
+            bands.append(QString::number(charge) + u' ' + name);
         }
+        previous = name;
     }
     return bands.join(u", "_s);
 }
 
 } // namespace
 
-/// The zone file and the table of charges made of it.
-class TstPowerZones : public QObject
+/// The zone file, the table of charges made of it, and what a charge does to the device.
+class TstPowerZones : public PowerManagerFixture
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase()
+    /// As PowerManagerFixture::take(), without the settings that are not waited for: their place is open.
+    QStringList take()
     {
-        _logInterface = new LogInterface(QString());
+        static const QRegularExpression kOthers(
+            u"^(?!call (soundmanager\\.SetMasterVolume|lightmanager\\.SetIntensity))"_s);
+        return PowerManagerFixture::take().filter(kOthers);
     }
 
+private Q_SLOTS:
     void init()
     {
-        QTest::failOnWarning(QRegularExpression(u".*"_s));
-        QDir(QStringLiteral(ZELT_ROOT)).removeRecursively();
-        timeline().clear();
+        PowerManagerFixture::init();
+        writeFile(paths::zoneFile(), kZones);
     }
 
     void zoneFile_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QStringList>("log");
-        QTest::addColumn<QString>("owners");
-
-        QTest::newRow("narrow bands over a wide one")
-            << QByteArray("[Normal]\nlow_treshold=0\nhigh_treshold=100\n[Low]\nlow_treshold=15\nhigh_treshold=40\n"
-                          "[Critical]\nlow_treshold=0\nhigh_treshold=15\n")
-            << QStringList{u"log 4 Loaded zone Critical from 0% to 15%"_s, u"log 4 Loaded zone Low from 15% to 40%"_s,
-                           u"log 4 Loaded zone Normal from 0% to 100%"_s}
-            << u"1-15 Critical, 16-40 Low, 41-100 Normal"_s;
-        QTest::newRow("overlap belongs to the narrower")
-            << QByteArray("[A]\nhigh_treshold=30\n[B]\nlow_treshold=20\nhigh_treshold=40\n")
-            << QStringList{u"log 4 Loaded zone A from 0% to 30%"_s, u"log 4 Loaded zone B from 20% to 40%"_s}
-            << u"1-20 A, 21-40 B"_s;
-        QTest::newRow("equal widths: the first listed wins")
-            << QByteArray("[A]\nhigh_treshold=20\n[B]\nlow_treshold=10\nhigh_treshold=30\n")
-            << QStringList{u"log 4 Loaded zone A from 0% to 20%"_s, u"log 4 Loaded zone B from 10% to 30%"_s}
-            << u"1-20 A, 21-30 B"_s;
-        QTest::newRow("bounds are clamped")
-            << QByteArray("[A]\nlow_treshold=-20\nhigh_treshold=150\n[B]\nlow_treshold=-99999999999\n"
-                          "high_treshold=99999999999\n")
-            << QStringList{u"log 4 Loaded zone A from 0% to 100%"_s, u"log 4 Loaded zone B from 0% to 100%"_s}
-            << u"1-100 A"_s;
-        QTest::newRow("no band, no zone")
-            << QByteArray("[A]\nlow_treshold=50\nhigh_treshold=50\n[B]\nlow_treshold=60\nhigh_treshold=40\n"
-                          "[C]\nlow_treshold=150\nhigh_treshold=200\n[D]\nlow_treshold=10\n")
-            << QStringList{u"log 4 Skipped zone A from 50% to 50%"_s, u"log 4 Skipped zone B from 60% to 40%"_s,
-                           u"log 4 Skipped zone C from 150% to 100%"_s, u"log 4 Skipped zone D from 10% to 0%"_s}
-            << QString();
-        QTest::newRow("text in place of numbers reads as 0")
-            << QByteArray("[A]\nlow_treshold=many\nhigh_treshold=7,5\n[B]\nlow_treshold=x\nhigh_treshold=9\n")
-            << QStringList{u"log 4 Skipped zone A from 0% to 0%"_s, u"log 4 Loaded zone B from 0% to 9%"_s}
-            << u"1-9 B"_s;
-        QTest::newRow("keys outside groups, other keys, correct spelling")
-            << QByteArray("high_treshold=90\n[A]\nhigh_treshold=5\nhigh_threshold=50\ncolour=red\n")
-            << QStringList{u"log 4 Loaded zone A from 0% to 5%"_s} << u"1-5 A"_s;
-        QTest::newRow("empty file") << QByteArray("") << QStringList() << QString();
-        QTest::newRow("binary garbage") << QByteArray("\x00\xff[\x80]=\n\x7f"
-                                                      "ELF\x02[[]]\n=\n",
-                                                      21)
-                                        << QStringList() << QString();
+        const Table<QByteArray, QStringList, QString> row("content", "log", "owners");
+        row("shipped file: narrow bands over a wide one", shipped(u"/powermanager/zones.ini"_s),
+            {loaded(u"Critical"_s, 0, 15), loaded(u"Low"_s, 15, 40), loaded(u"Normal"_s, 0, 100)},
+            u"0 None, 1 Critical, 16 Low, 41 Normal"_s);
+        row("example of the README", shipped(u"/README.md"_s), {loaded(u"Low"_s, 15, 40), loaded(u"Normal"_s, 0, 100)},
+            u"0 None, 1 Normal, 16 Low, 41 Normal"_s);
+        row("overlap belongs to the narrower", "[A]\nhigh_treshold=30\n[B]\nlow_treshold=20\nhigh_treshold=40\n",
+            {loaded(u"A"_s, 0, 30), loaded(u"B"_s, 20, 40)}, u"0 None, 1 A, 21 B, 41 None"_s);
+        row("equal widths: the first listed wins", "[A]\nhigh_treshold=20\n[B]\nlow_treshold=10\nhigh_treshold=30\n",
+            {loaded(u"A"_s, 0, 20), loaded(u"B"_s, 10, 30)}, u"0 None, 1 A, 21 B, 31 None"_s);
+        row("bounds are clamped",
+            "[A]\nlow_treshold=-20\nhigh_treshold=150\n[B]\nlow_treshold=-99999999999\nhigh_treshold=99999999999\n",
+            {loaded(u"A"_s, 0, 100), loaded(u"B"_s, 0, 100)}, u"0 None, 1 A"_s);
+        row("no band, no zone",
+            "[A]\nlow_treshold=50\nhigh_treshold=50\n[B]\nlow_treshold=60\nhigh_treshold=40\n"
+            "[C]\nlow_treshold=150\nhigh_treshold=200\n[D]\nlow_treshold=10\n",
+            {skipped(u"A"_s, 50, 50), skipped(u"B"_s, 60, 40), skipped(u"C"_s, 150, 100), skipped(u"D"_s, 10, 0)},
+            u"0 None"_s);
+        row("text in place of numbers reads as 0",
+            "[A]\nlow_treshold=many\nhigh_treshold=7,5\n[B]\nlow_treshold=x\nhigh_treshold=9\n",
+            {skipped(u"A"_s, 0, 0), loaded(u"B"_s, 0, 9)}, u"0 None, 1 B, 10 None"_s);
+        row("keys outside groups, other keys, correct spelling",
+            "high_treshold=90\n[A]\nhigh_treshold=5\nhigh_threshold=50\ncolour=red\n", {loaded(u"A"_s, 0, 5)},
+            u"0 None, 1 A, 6 None"_s);
+        row("empty file", "", {}, u"0 None"_s);
+        row("binary garbage",
+            QByteArray("\x00\xff[\x80]=\n\x7f"
+                       "ELF\x02[[]]\n=\n",
+                       19),
+            {}, u"0 None"_s);
     }
 
     void zoneFile()
@@ -124,51 +123,23 @@ private Q_SLOTS:
 
         QVERIFY(manager.configure(paths::zoneFile(), nullptr, nullptr));
 
-        log.prepend(u"log 9 Reading "_s + paths::zoneFile());
-        QCOMPARE(takeLog(), log);
+        QCOMPARE(take(), QStringList{reading()} + log);
         QCOMPARE(manager.currentZone(), -1);
-        QTEST(owners(manager), "owners");
-    }
-
-    void shippedExamples_data()
-    {
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<QString>("owners");
-        QTest::newRow("zones.ini") << QStringLiteral(SOURCE_FOLDER "/powermanager/zones.ini")
-                                   << u"1-15 Critical, 16-40 Low, 41-100 Normal"_s;
-        QTest::newRow("README") << QStringLiteral(SOURCE_FOLDER "/README.md")
-                                << u"1-15 Normal, 16-40 Low, 41-100 Normal"_s;
-    }
-
-    void shippedExamples()
-    {
-        QFETCH(QString, file);
-        QFile source(file);
-        QVERIFY(source.open(QIODevice::ReadOnly));
-        QByteArray content = source.readAll();
-        if (const qsizetype begin = content.indexOf("```ini\n"); begin >= 0) {
-            content = content.mid(begin + 7, content.indexOf("```\n", begin + 7) - begin - 7);
-        }
-        writeFile(paths::zoneFile(), content);
-        ActionManager manager(nullptr);
-
-        QVERIFY(manager.configure(paths::zoneFile(), nullptr, nullptr));
-
         QTEST(owners(manager), "owners");
     }
 
     void unreadableFileHasNoZones()
     {
+        QVERIFY(QFile::remove(paths::zoneFile()));
         ActionManager manager(nullptr);
         QVERIFY(manager.configure(paths::zoneFile(), nullptr, nullptr));
-        QCOMPARE(owners(manager), QString());
+        QCOMPARE(owners(manager), u"0 None"_s);
 
         QVERIFY(QDir().mkpath(paths::zoneFile())); // a folder in the file's place
         timeline().clear();
         QVERIFY(manager.reload());
-        QCOMPARE(takeLog(), QStringList{u"log 9 Reading "_s + paths::zoneFile()});
         QCOMPARE(manager.setBatteryCharge(50), -1);
-        QCOMPARE(takeLog(), QStringList{u"log 9 Zone -1 not changed for charge 50"_s});
+        QCOMPARE(take(), (QStringList{reading(), u"log 9 Zone -1 not changed for charge 50"_s}));
 
         QVERIFY(QDir().rmdir(paths::zoneFile()));
         QCOMPARE(mkfifo(qPrintable(paths::zoneFile()), 0600), 0); // would block a reader until somebody writes
@@ -188,9 +159,8 @@ private Q_SLOTS:
         QCOMPARE(manager.zoneName(manager.setBatteryCharge(-5)), u"A"_s);
         QCOMPARE(manager.zoneName(manager.setBatteryCharge(150)), u"B"_s);
 
-        QCOMPARE(takeLog(),
-                 (QStringList{u"log 4 Setting zone A params"_s, u"log 2 Undefined zone index -1 for charge 0"_s,
-                              u"log 4 Setting zone B params"_s}));
+        QCOMPARE(take(), (QStringList{u"log 4 Setting zone A params"_s, u"log 2 Undefined zone index -1 for charge 0"_s,
+                                      u"log 4 Setting zone B params"_s}));
     }
 
     void manyZonesAndLongNames()
@@ -209,6 +179,163 @@ private Q_SLOTS:
         QCOMPARE(manager.zoneName(manager.setBatteryCharge(3)).size(), 1'000'000);
         QCOMPARE(manager.zoneName(manager.setBatteryCharge(4)), u"Zone0"_s);
         QCOMPARE(manager.zoneName(manager.setBatteryCharge(100)), u"Zone1066"_s); // narrowest, first of its width
+    }
+
+    void startUpReadsAndAppliesTwice()
+    {
+        QCOMPARE(arrange(u"volume 80\nlight 60\ncharge 30"_s), QString());
+
+        QVERIFY(start());
+
+        const QStringList applying{reading(),
+                                   loaded(u"Critical"_s, 0, 15),
+                                   loaded(u"Low"_s, 15, 40),
+                                   loaded(u"Normal"_s, 0, 100),
+                                   u"log 4 PowerActions: 1 "_s,
+                                   u"call statusmanager.GetStatus()"_s,
+                                   u"log 4 Setting zone Low params"_s,
+                                   u"call soundmanager.GetStatus()"_s,
+                                   u"log 9 Zone Low, Current MasterVolume =80.000000"_s,
+                                   u"call lightmanager.GetIntensity()"_s,
+                                   u"log 9 Zone Low, Current Light Intensity =60"_s,
+                                   u"log 9 CurrZone: -1, NewZone: 1"_s,
+                                   u"signal powermanager.PowerZoneChanged(Low)"_s,
+                                   u"signal powermanager.ActionsEnabled(true)"_s};
+        const QStringList attaching{u"log 4 Succesfully attached to LoadMonitor events"_s,
+                                    u"log 4 Succesfully attached to PowerOff events"_s, u"log 4 Autoscale: 0"_s,
+                                    u"signal powermanager.AutoscalingEnabled(false)"_s};
+        QCOMPARE(take(), attaching + applying + QStringList{u"log 4 PowerManager config loaded"_s} + applying);
+    }
+
+    void ceilings_data()
+    {
+        const Table<QString, QString> row("before", "after");
+        row("both above", u"volume 90\nlight 61\ncharge 40"_s,
+            u"expect call soundmanager.SetMasterVolume 80\nexpect volume 80\n"
+            "expect call lightmanager.SetIntensity 60\nexpect light 60"_s);
+        row("equal stays", u"volume 80\nlight 60\ncharge 40"_s,
+            u"expect no call soundmanager.SetMasterVolume\nexpect no call lightmanager.SetIntensity"_s);
+        row("below stays", u"volume 60.5\nlight 0\ncharge 16"_s,
+            u"expect no call soundmanager.SetMasterVolume\nexpect no call lightmanager.SetIntensity"_s);
+        row("no light ceiling, no question", u"charge 15"_s,
+            u"expect call soundmanager.SetMasterVolume 40\nexpect no call lightmanager.GetIntensity"_s);
+        row("fraction above", u"volume 80.5\ncharge 40"_s, u"expect call soundmanager.SetMasterVolume 80"_s);
+    }
+
+    void ceilings()
+    {
+        QFETCH(QString, before);
+        QFETCH(QString, after);
+        QVERIFY(start());
+
+        QCOMPARE(run(before + u"\nexpect log \"CurrZone: 2, NewZone: \"\n"_s + after), QString());
+    }
+
+    void unreadableValuesCountAsLoud()
+    {
+        QVERIFY(start());
+        QCOMPARE(arrange(u"fail soundmanager.GetStatus error\nfail lightmanager.GetIntensity error"_s), QString());
+
+        QCOMPARE(run(u"charge 40\nexpect log \"CurrZone: 2, NewZone: 1\""_s), QString());
+
+        QCOMPARE(take().filter(u"log "_s),
+                 (QStringList{u"log 4 Setting zone Low params"_s,
+                              u"log 2 Can't read current master volume: suppose 100% (128)"_s,
+                              u"log 9 Zone Low, Current MasterVolume =128.000000"_s,
+                              u"log 9 Zone Low, SetMasterVolume =80"_s,
+                              u"log 2 Can't read current light intensity: suppose 100%"_s,
+                              u"log 9 Zone Low, Current Light Intensity =100"_s, u"log 9 Zone Low, SetLight =60"_s,
+                              u"log 9 CurrZone: 2, NewZone: 1"_s}));
+    }
+
+    void disabledActionsIgnoreTheCharge()
+    {
+        QVERIFY(start());
+        QCOMPARE(arrange(u"charge 30\nexpect volume 80\nexpect light 60"_s), QString());
+
+        manager().SetActionsEnabled(false);
+        QCOMPARE(run(u"charge 10\nexpect log disabled"_s), QString());
+        QCOMPARE(take(), (QStringList{u"log 4 PowerActions: 0 "_s, u"signal powermanager.ActionsEnabled(false)"_s,
+                                      u"log 9 PowerActions disabled"_s}));
+
+        // The zone from before is still current, and asks nobody.
+        QCOMPARE(arrange(u"charge 31\nexpect log disabled"_s), QString());
+        manager().SetActionsEnabled(true);
+        QCOMPARE(take(), (QStringList{u"log 4 PowerActions: 1 "_s, u"call statusmanager.GetStatus()"_s,
+                                      u"log 9 Zone 1 not changed for charge 31"_s, u"log 9 CurrZone: 1, NewZone: 1"_s,
+                                      u"signal powermanager.ActionsEnabled(true)"_s}));
+    }
+
+    void onlyUpdatedConfigurationReloads()
+    {
+        QVERIFY(start());
+        writeFile(paths::zoneFile(), "[Always]\nhigh_treshold=100\n");
+        timeline().clear();
+
+        // Ignored: another type, a failed update. What comes next is the reload of the third.
+        QCOMPARE(run(u"update 3\nupdate 12 status 1\nupdate 12\nexpect log CurrZone"_s), QString());
+
+        QCOMPARE(take(), (QStringList{u"log 4 PowerManager config loaded"_s, reading(), loaded(u"Always"_s, 0, 100),
+                                      u"log 4 PowerActions: 1 "_s, u"call statusmanager.GetStatus()"_s,
+                                      u"log 4 Setting zone Always params"_s, u"log 9 CurrZone: -1, NewZone: 0"_s,
+                                      u"signal powermanager.PowerZoneChanged(Always)"_s,
+                                      u"signal powermanager.ActionsEnabled(true)"_s}));
+        QString zone;
+        QCOMPARE(manager().CurrentPowerZone(zone), 0);
+        QCOMPARE(zone, u"Always"_s);
+
+        manager().SetActionsEnabled(false);
+        QCOMPARE(run(u"update 12\nexpect log \"PowerActions: 0\""_s), QString());
+        QCOMPARE(take().constLast(), u"signal powermanager.ActionsEnabled(false)"_s);
+        QCOMPARE(manager().CurrentPowerZone(zone), 0);
+        QCOMPARE(zone, QString());
+    }
+
+    void malformedBroadcastsAreNotServed()
+    {
+        QVERIFY(start());
+        timeline().clear();
+
+        QCOMPARE(
+            run(u"fail statusmanager.SystemStatus few\ncharge 30\nfail statusmanager.SystemStatus types\ncharge 10\n"
+                "repair all\ncharge 99\nexpect log CurrZone"_s),
+            QString());
+
+        QCOMPARE(take(),
+                 (QStringList{u"log 9 Zone 2 not changed for charge 99"_s, u"log 9 CurrZone: 2, NewZone: 2"_s}));
+    }
+
+    void lateServicesAreHeard()
+    {
+        QCOMPARE(run(u"stop statusmanager\nstop updatemanager"_s), QString());
+        QVERIFY(start());
+
+        QCOMPARE(run(u"start statusmanager\ncharge 12\nexpect log \"Setting zone Critical params\"\n"
+                     "start updatemanager\nupdate 12\nexpect log \"config loaded\"\n"
+                     "restart statusmanager\ncharge 50\nexpect log \"Setting zone Normal params\""_s),
+                 QString());
+    }
+
+    void floodIsServedInOrder()
+    {
+        QVERIFY(start());
+        timeline().clear();
+        QStringList zones;
+        int current = 2;
+
+        device().invoke([&zones, &current](Simulator& simulator) {
+            for (int i = 0; i < 4000; ++i) {
+                const int charge = 1 + i * 37 % 100;
+                simulator.device().chargePercent = charge;
+                simulator.broadcastStatus();
+                const int next = charge <= 15 ? 0 : charge <= 40 ? 1 : 2;
+                zones.append(u"log 9 CurrZone: %1, NewZone: %2"_s.arg(current).arg(next));
+                current = next;
+            }
+        });
+        QStringList served;
+        QTRY_VERIFY_WITH_TIMEOUT((served += take().filter(u"CurrZone"_s)).size() >= zones.size(), 30'000);
+        QCOMPARE(served, zones);
     }
 };
 

@@ -3,6 +3,7 @@
 #include "Names.h"
 #include "RecordingPlatform.h"
 #include "SimulatedDevice.h"
+#include "Table.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -11,7 +12,6 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTest>
 
 #include <csignal>
 
@@ -23,20 +23,34 @@ const QLatin1StringView kInterface("com.quillmark.zelt.powerinterface");
 const QLatin1StringView kService(kServiceName);
 const QLatin1StringView kPath(kObjectPath);
 
-/// The real executable, with all that it printed.
+/// The real executable, started, with all that it printed.
 class Daemon : public QProcess
 {
 public:
-    Daemon()
+    /// @param busAddress of a session bus other than the test's own
+    explicit Daemon(const QString& busAddress = {})
     {
-        setProgram(QStringLiteral(POWERMANAGER_PROGRAM));
+        if (!busAddress.isEmpty()) {
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, busAddress);
+            setProcessEnvironment(environment);
+        }
         setProcessChannelMode(QProcess::MergedChannels);
         connect(this, &QProcess::readyRead, this, [this] { m_output += readAll(); });
+        start(QStringLiteral(POWERMANAGER_PROGRAM), {});
     }
     ~Daemon() override
     {
         kill();
         waitForFinished();
+    }
+
+    /// What has become of the process.
+    QString fate() const
+    {
+        return state() != NotRunning        ? u"running"_s
+               : exitStatus() != NormalExit ? u"crashed"_s
+                                            : u"exit "_s + QString::number(exitCode());
     }
 
     QStringList lines() const
@@ -81,33 +95,28 @@ private Q_SLOTS:
 
     void terminates_data()
     {
-        QTest::addColumn<int>("signalNumber");
-        QTest::newRow("SIGTERM") << SIGTERM;
-        QTest::newRow("SIGINT") << SIGINT;
+        const Table<int> row("signalNumber");
+        row("SIGTERM", SIGTERM);
+        row("SIGINT", SIGINT);
     }
 
     void terminates()
     {
         QFETCH(int, signalNumber);
         Daemon daemon;
-        daemon.start();
         QTRY_VERIFY(isOnBus());
 
         ::kill(static_cast<pid_t>(daemon.processId()), signalNumber);
 
-        QTRY_COMPARE(daemon.state(), QProcess::NotRunning);
-        QCOMPARE(daemon.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(daemon.exitCode(), 0);
+        QTRY_COMPARE(daemon.fate(), u"exit 0"_s);
         QVERIFY(!isOnBus());
         const QStringList lines = daemon.lines();
-        static const QRegularExpression kFirst(
-            u"^4 /com/quillmark/zelt/powermanager/logobj \\[main\\.cpp:\\d+\\] int main\\(int, char\\*\\*\\): "
-            "Starting Power Manager\\.\\.\\.$"_s);
-        static const QRegularExpression kLast(
-            u"^4 /com/quillmark/zelt/powermanager/powerobj \\[main\\.cpp:\\d+\\] int main\\(int, char\\*\\*\\): "
-            "Succesfully terminated$"_s);
-        QVERIFY2(kFirst.match(lines.first()).hasMatch(), qPrintable(lines.first()));
-        QVERIFY2(kLast.match(lines.last()).hasMatch(), qPrintable(lines.last()));
+        const QString form =
+            u"^4 /com/quillmark/zelt/powermanager/%1 \\[main\\.cpp:\\d+\\] int main\\(int, char\\*\\*\\): %2$"_s;
+        const QRegularExpression first(form.arg(u"logobj"_s, u"Starting Power Manager\\.\\.\\."_s));
+        const QRegularExpression last(form.arg(u"powerobj"_s, u"Succesfully terminated"_s));
+        QVERIFY2(first.match(lines.first()).hasMatch(), qPrintable(lines.first()));
+        QVERIFY2(last.match(lines.last()).hasMatch(), qPrintable(lines.last()));
         QCOMPARE(lines.filter(u"logobj"_s).size(), 1);
     }
 
@@ -116,23 +125,19 @@ private Q_SLOTS:
         SimulatedDevice device(timeline());
         QCOMPARE(device.run(u"fail statusmanager.GetStatus late 0.3"_s), QString());
         Daemon daemon;
-        daemon.start();
         QTRY_VERIFY(daemon.hasLine(u"PowerActions: 1"_s));
         QVERIFY(!isOnBus());
 
         daemon.terminate();
 
-        QTRY_COMPARE(daemon.state(), QProcess::NotRunning);
-        QCOMPARE(daemon.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(daemon.exitCode(), 0);
-        QVERIFY(daemon.lines().constLast().endsWith(u"Succesfully terminated"));
+        QTRY_COMPARE(daemon.fate(), u"exit 0"_s);
+        QVERIFY(daemon.lines().constLast().endsWith(u": Succesfully terminated"));
     }
 
     void signalDuringAPauseCutsNothing()
     {
         SimulatedDevice device(timeline());
         Daemon daemon;
-        daemon.start();
         QCOMPARE(device.run(u"expect daemon up within 5\ncall Shutdown x\nexpect signal PowerEvent shutdown x"_s),
                  QString());
         QElapsedTimer clock;
@@ -140,46 +145,47 @@ private Q_SLOTS:
 
         daemon.terminate();
 
-        QCOMPARE(device.run(u"note waiting\nexpect call freqmanager.Shutdown within 6\nexpect answer Shutdown 0"_s),
-                 QString());
+        QCOMPARE(device.run(u"expect call freqmanager.Shutdown within 6\nexpect answer Shutdown 0"_s), QString());
         QVERIFY2(clock.elapsed() > 4800, qPrintable(QString::number(clock.elapsed())));
-        QTRY_COMPARE(daemon.state(), QProcess::NotRunning);
-        QCOMPARE(daemon.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(daemon.exitCode(), 0);
+        QTRY_COMPARE(daemon.fate(), u"exit 0"_s);
     }
 
     void secondInstanceEnds()
     {
         Daemon daemon;
-        daemon.start();
         QTRY_VERIFY(isOnBus());
+
         Daemon second;
 
-        second.start();
-
-        QTRY_COMPARE(second.state(), QProcess::NotRunning);
-        QCOMPARE(second.exitCode(), 255);
+        QTRY_COMPARE(second.fate(), u"exit 255"_s);
         QVERIFY(second.hasLine(u"PowerManager config loaded"_s)); // init() has run
         QVERIFY(second.lines().constLast().startsWith(u"1 /com/quillmark/zelt/powermanager/powerobj "));
         QVERIFY(second.lines().constLast().endsWith(
-            u"DBUS: Can't register service on session bus [com.quillmark.zelt.powermanager]"));
+            u": DBUS: Can't register service on session bus [com.quillmark.zelt.powermanager]"));
         QCOMPARE(call(kInterface, u"IsActionsEnabled"_s).arguments(), (QVariantList{0, true}));
     }
 
     void withoutBusItEnds()
     {
-        Daemon daemon;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"unix:path=/nowhere"_s);
-        daemon.setProcessEnvironment(environment);
+        Daemon daemon(u"unix:path=/nowhere"_s);
 
-        daemon.start();
-
-        QTRY_COMPARE(daemon.state(), QProcess::NotRunning);
-        QCOMPARE(daemon.exitCode(), 255);
+        QTRY_COMPARE(daemon.fate(), u"exit 255"_s);
         QCOMPARE(daemon.lines().size(), 2);
         QVERIFY(daemon.lines().constLast().startsWith(u"1 /com/quillmark/zelt/powermanager/powerobj "));
-        QVERIFY(daemon.lines().constLast().endsWith(u"DBUS: Can't connect to dbus session. Exiting... "));
+        QVERIFY(daemon.lines().constLast().endsWith(u": DBUS: Can't connect to dbus session. Exiting... "));
+    }
+
+    void readerOfTheLogMayGo()
+    {
+        QProcess shell;
+        shell.start(u"sh"_s, {u"-c"_s, u"\"$0\" 2>&1 | head -n 1"_s, QStringLiteral(POWERMANAGER_PROGRAM)});
+
+        QTRY_VERIFY(isOnBus());
+        QCOMPARE(call(kInterface, u"SetAutoscalingEnabled"_s, {true}).arguments(), QVariantList{0});
+        QCOMPARE(call(kInterface, u"IsAutoscalingEnabled"_s).arguments(), (QVariantList{0, true}));
+
+        ::kill(static_cast<pid_t>(QDBusConnection::sessionBus().interface()->servicePid(kService)), SIGTERM);
+        QVERIFY(shell.waitForFinished());
     }
 
     void lostBusEndsIt()
@@ -187,24 +193,18 @@ private Q_SLOTS:
         QProcess bus;
         bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
         QVERIFY(bus.waitForReadyRead());
-        Daemon daemon;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromLatin1(bus.readAllStandardOutput().trimmed()));
-        daemon.setProcessEnvironment(environment);
-        daemon.start();
+        Daemon daemon(QString::fromLatin1(bus.readAllStandardOutput().trimmed()));
         QTRY_VERIFY(daemon.hasLine(u"PowerManager config loaded"_s));
 
         bus.kill();
 
-        QTRY_COMPARE(daemon.state(), QProcess::NotRunning);
-        QCOMPARE(daemon.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(daemon.exitCode(), 255);
+        QTRY_COMPARE(daemon.fate(), u"exit 255"_s);
         QCOMPARE(daemon.lines().filter(QRegularExpression(u"^1 "_s)).size(), 1);
-        QVERIFY(daemon.lines().constLast().endsWith(u"Succesfully terminated"));
+        QVERIFY(daemon.lines().constLast().endsWith(u": Succesfully terminated"));
         bus.waitForFinished();
     }
 
-    void introspectionIsThePublishedFile()
+    void onlyThePublishedInterfaceIsServed()
     {
         QFile file(QStringLiteral(SOURCE_FOLDER "/powermanager/com.quillmark.zelt.powerinterface.xml"));
         QVERIFY(file.open(QIODevice::ReadOnly));
@@ -212,7 +212,6 @@ private Q_SLOTS:
         const qsizetype begin = published.indexOf(u"<interface ");
         const QLatin1StringView end("</interface>");
         Daemon daemon;
-        daemon.start();
         QTRY_VERIFY(isOnBus());
 
         const QDBusMessage reply = call(u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s);
@@ -220,7 +219,7 @@ private Q_SLOTS:
         const QString served = reply.arguments().value(0).toString();
         QVERIFY2(served.contains(published.mid(begin, published.indexOf(end) + end.size() - begin)),
                  qPrintable(served));
-        // Nothing else of the object is exported.
+        // Nothing else of the object is exported, neither as an interface nor as one more method of it.
         static const QRegularExpression kInterfaceName(u"<interface name=\"([^\"]*)\""_s);
         QStringList names;
         for (auto matches = kInterfaceName.globalMatch(served); matches.hasNext();) {
@@ -228,43 +227,18 @@ private Q_SLOTS:
         }
         QCOMPARE(names, (QStringList{kInterface, u"org.freedesktop.DBus.Properties"_s,
                                      u"org.freedesktop.DBus.Introspectable"_s, u"org.freedesktop.DBus.Peer"_s}));
-    }
-
-    void onlyTheInterfaceIsServed_data()
-    {
-        QTest::addColumn<QString>("interface");
-        QTest::addColumn<QString>("method");
-        QTest::addColumn<QVariantList>("arguments");
-        QTest::addColumn<QString>("error");
-        const QString unknownMethod = u"org.freedesktop.DBus.Error.UnknownMethod"_s;
-        const QString unknownInterface = u"org.freedesktop.DBus.Error.UnknownInterface"_s;
-        QTest::newRow("own slot") << QString(kInterface) << u"loadActions"_s << QVariantList{0, 12} << unknownMethod;
-        QTest::newRow("own public slot, Qt's name")
-            << u"local.powermanager.PowerManager"_s << u"IsActionsEnabled"_s << QVariantList() << unknownInterface;
-        QTest::newRow("not there") << QString(kInterface) << u"Explode"_s << QVariantList() << unknownMethod;
-        QTest::newRow("wrong types") << QString(kInterface) << u"SetActionsEnabled"_s << QVariantList{u"yes"_s}
-                                     << unknownMethod;
-        QTest::newRow("missing arguments") << QString(kInterface) << u"Reboot"_s << QVariantList() << unknownMethod;
-    }
-
-    void onlyTheInterfaceIsServed()
-    {
-        QFETCH(QString, interface);
-        QFETCH(QString, method);
-        QFETCH(QVariantList, arguments);
-        Daemon daemon;
-        daemon.start();
-        QTRY_VERIFY(isOnBus());
-
-        QTEST(call(interface, method, arguments).errorName(), "error");
+        for (const auto& [method, arguments] :
+             {std::pair{u"loadActions"_s, QVariantList{0, 12}},
+              std::pair{u"SetActionsEnabled"_s, QVariantList{u"yes"_s}}, std::pair{u"Reboot"_s, QVariantList()}}) {
+            QCOMPARE(call(kInterface, method, arguments).errorName(), u"org.freedesktop.DBus.Error.UnknownMethod"_s);
+        }
         QCOMPARE(call(kInterface, u"IsActionsEnabled"_s).arguments(), (QVariantList{0, true}));
     }
 
-    void flagsAndSignalsOverTheBus()
+    void methodsAndSignalsOverTheBus()
     {
         SimulatedDevice device(timeline());
         Daemon daemon;
-        daemon.start();
         QCOMPARE(device.run(u"expect daemon up within 5"_s), QString());
 
         QCOMPARE(call(kInterface, u"IsAutoscalingEnabled"_s).arguments(), (QVariantList{0, false}));
@@ -274,7 +248,12 @@ private Q_SLOTS:
                             "call IsAutoscalingEnabled\nexpect answer IsAutoscalingEnabled 0 true\n"
                             "call SetActionsEnabled false\nexpect answer SetActionsEnabled 0\n"
                             "expect signal ActionsEnabled false\nexpect no signal ActionsEnabled\n"
-                            "call IsActionsEnabled\nexpect answer IsActionsEnabled 0 false"_s),
+                            "call IsActionsEnabled\nexpect answer IsActionsEnabled 0 false\n"
+                            "call SetFreq 123\nexpect call freqmanager.SetFreq 123\nexpect answer SetFreq -52\n"
+                            "call SetSleepEnabled true 01:00:00 02:00:00\nexpect answer SetSleepEnabled 0\n"
+                            "expect signal SleepEnabled true\n"
+                            "call IsSleepEnabled\nexpect answer IsSleepEnabled 0 true 01:00:00 02:00:00\n"
+                            "fail freqmanager.SetWakeup status 1\ncall Suspend now\nexpect answer Suspend -52"_s),
                  QString());
     }
 };

@@ -4,36 +4,18 @@
 #include "LoadMonitor.h"
 #include "Paths.h"
 #include "PowerManagerFixture.h"
-#include "RecordingPlatform.h"
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QRegularExpression>
-#include <QTest>
-
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
 /// What cannot be shown without letting the device's own times pass.
-class TstTimeouts : public QObject
+class TstTimeouts : public PowerManagerFixture
 {
     Q_OBJECT
 
-    std::unique_ptr<PowerManagerFixture> m_fixture;
-
 private Q_SLOTS:
-    void init()
-    {
-        QTest::failOnWarning(QRegularExpression(u".*"_s));
-        m_fixture = std::make_unique<PowerManagerFixture>();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-    }
-
     void buttonsHeldForFiveSecondsReset()
     {
         FactoryRestoreManager manager(nullptr);
@@ -50,9 +32,8 @@ private Q_SLOTS:
 
         QVERIFY2(completed.constFirst() >= 4750 && completed.constFirst() < 7000,
                  qPrintable(QString::number(completed.constFirst())));
-        QCOMPARE(m_fixture->run(u"note elapsed\nexpect log \"SOFT FACTORY RESET already running: refused\""_s),
-                 QString());
-        const QStringList lines = m_fixture->take();
+        QCOMPARE(run(u"expect log \"SOFT FACTORY RESET already running: refused\""_s), QString());
+        const QStringList lines = take();
         QVERIFY(lines.contains(u"log 4 HARD FACTORY RESET timer elapsed"_s));
         QVERIFY(lines.contains(u"log 4 SOFT FACTORY RESET timer elapsed"_s));
         QCOMPARE(completed.size(), 1);
@@ -65,22 +46,31 @@ private Q_SLOTS:
 
         QVERIFY(monitor.start());
 
-        QCOMPARE(m_fixture->run(u"wait 3.5"_s), QString());
-        QCOMPARE(m_fixture->take(), QStringList(3, u"log 1 Error opening "_s + paths::cpuCounters()));
+        QCOMPARE(run(u"wait 3.5"_s), QString());
+        QCOMPARE(take(), QStringList(3, u"log 1 Error opening "_s + paths::cpuCounters()));
     }
 
-    void muteRgbServiceCostsFiveSeconds()
+    void muteServiceCostsFiveSeconds_data()
     {
-        QVERIFY(m_fixture->start());
-        QCOMPARE(m_fixture->run(u"fail rgbfeaturemanager.Disable mute"_s), QString());
-        timeline().clear();
+        const Table<QString, QString> row("method", "outcome");
+        row("RGB LEDs", u"rgbfeaturemanager.Disable"_s, u"log 1 Error turning rgb 1"_s);
+        row("sound", u"soundmanager.SetMasterVolume"_s, u"log 2 Error restoring master volume"_s);
+        row("store", u"configmanager.GetStringValue"_s, u"log 2 Can't read SOUND/masterVolume"_s);
+    }
+
+    void muteServiceCostsFiveSeconds()
+    {
+        QFETCH(QString, method);
+        QFETCH(QString, outcome);
+        QVERIFY(start());
+        QCOMPARE(arrange(u"config SOUND masterVolume 1\nfail %1 mute"_s.arg(method)), QString());
         QElapsedTimer clock;
         clock.start();
 
-        QCOMPARE(m_fixture->manager().Reboot(u"x"_s), 0);
+        QCOMPARE(method.startsWith(u"rgb") ? manager().Reboot(u"x"_s) : manager().Suspend(u"2024-03-08 07:30:00"_s), 0);
 
         QVERIFY2(qAbs(clock.elapsed() - 5000) < 500, qPrintable(QString::number(clock.elapsed())));
-        QVERIFY(m_fixture->take().contains(u"log 1 Error turning rgb 1"_s));
+        QVERIFY(take().contains(outcome));
     }
 
     void hangingScriptIsGivenUp()
@@ -95,7 +85,7 @@ private Q_SLOTS:
         QVERIFY(manager.FactoryHardReset());
 
         QVERIFY2(qAbs(clock.elapsed() - 30'000) < 1000, qPrintable(QString::number(clock.elapsed())));
-        const QStringList lines = m_fixture->take();
+        const QStringList lines = take();
         QVERIFY(lines.contains(u"log 1 Clear data failed ...! Continuing anyway with SoftReset... "_s));
         QVERIFY(lines.constLast().startsWith(u"log 4 Succesfully Soft Reset! Rebooting..."));
         QFile pid(script + u".pid"_s);

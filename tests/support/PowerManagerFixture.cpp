@@ -4,11 +4,13 @@
 
 #include "Log.h"
 #include "Paths.h"
-#include "RecordingPlatform.h"
+#include "PowerManagerAdaptor.h"
 
+#include <QCoreApplication>
+#include <QDBusConnection>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -19,26 +21,16 @@ void recordSignal(const QString& name, const QStringList& arguments)
     timeline().add(Timeline::Kind::Signal, u"powermanager."_s + name, arguments);
 }
 
-QString toText(bool value)
-{
-    return value ? u"true"_s : u"false"_s;
-}
-
 } // namespace
 
-void writeFile(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QDir().mkpath(QFileInfo(path).path());
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-        qFatal("%s: %s", qPrintable(path), qPrintable(file.errorString()));
-    }
-}
-
-PowerManagerFixture::PowerManagerFixture()
+void PowerManagerFixture::init()
 {
     static LogInterface log{QString()};
     _logInterface = &log;
+    // A new bus connection holds messages back until the event loop runs, and then delivers them after later ones.
+    (void)QDBusConnection::sessionBus();
+    QCoreApplication::processEvents();
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
     for (const QString& file :
          {paths::zoneFile(), paths::lastActionFile(), paths::clearDataScript(), paths::cpuCounters()}) {
         const QString folder = QFileInfo(file).path();
@@ -51,27 +43,40 @@ PowerManagerFixture::PowerManagerFixture()
     timeline().clear();
 }
 
-PowerManagerFixture::~PowerManagerFixture()
+void PowerManagerFixture::cleanup()
 {
+    QDBusConnection::sessionBus().unregisterService(QLatin1StringView(kServiceName));
     setDuringPause(nullptr);
+    m_manager.reset();
+    m_device.reset();
 }
 
 bool PowerManagerFixture::start()
 {
     m_manager = std::make_unique<PowerManager>(kObjectPath);
     PowerManager* manager = m_manager.get();
-    QObject::connect(manager, &PowerManager::PowerEvent, [](const QString& name, const QString& reason) {
+    connect(manager, &PowerManager::PowerEvent, this, [](const QString& name, const QString& reason) {
         recordSignal(u"PowerEvent"_s, {name, reason});
     });
-    QObject::connect(manager, &PowerManager::PowerZoneChanged,
-                     [](const QString& name) { recordSignal(u"PowerZoneChanged"_s, {name}); });
-    QObject::connect(manager, &PowerManager::ActionsEnabled,
-                     [](bool enabled) { recordSignal(u"ActionsEnabled"_s, {toText(enabled)}); });
-    QObject::connect(manager, &PowerManager::AutoscalingEnabled,
-                     [](bool enabled) { recordSignal(u"AutoscalingEnabled"_s, {toText(enabled)}); });
-    QObject::connect(manager, &PowerManager::SleepEnabled,
-                     [](bool enabled) { recordSignal(u"SleepEnabled"_s, {toText(enabled)}); });
+    connect(manager, &PowerManager::PowerZoneChanged, this,
+            [](const QString& name) { recordSignal(u"PowerZoneChanged"_s, {name}); });
+    const std::pair<void (PowerManager::*)(bool), QString> switches[] = {
+        {&PowerManager::ActionsEnabled, u"ActionsEnabled"_s},
+        {&PowerManager::AutoscalingEnabled, u"AutoscalingEnabled"_s},
+        {&PowerManager::SleepEnabled, u"SleepEnabled"_s}};
+    for (const auto& [signal, name] : switches) {
+        connect(manager, signal, this,
+                [signalName = name](bool enabled) { recordSignal(signalName, {enabled ? u"true"_s : u"false"_s}); });
+    }
     return manager->init();
+}
+
+bool PowerManagerFixture::serve()
+{
+    new PowerManagerAdaptor(m_manager.get()); // a child
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    return bus.registerService(QLatin1StringView(kServiceName)) &&
+           bus.registerObject(QLatin1StringView(kObjectPath), m_manager.get(), QDBusConnection::ExportAdaptors);
 }
 
 SimulatedDevice& PowerManagerFixture::device()
@@ -87,6 +92,13 @@ PowerManager& PowerManagerFixture::manager()
 QString PowerManagerFixture::run(const QString& lines)
 {
     return m_device->run(lines);
+}
+
+QString PowerManagerFixture::arrange(const QString& lines)
+{
+    QString error = run(lines);
+    timeline().clear();
+    return error;
 }
 
 QStringList PowerManagerFixture::take()

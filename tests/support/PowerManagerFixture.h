@@ -3,37 +3,47 @@
 #pragma once
 
 #include "PowerManager.h"
+#include "RecordingPlatform.h"
 #include "SimulatedDevice.h"
+#include "Table.h"
 
 #include <QStringList>
 
 #include <memory>
 
-/// Puts a text in a file of the device, whose folder it makes. A test that cannot do that ends at once.
-void writeFile(const QString& path, const QByteArray& content);
-
-/// A PowerManager amid the simulated device: new for every test, with its folders empty, its zone file
-/// missing and its CPU idle.
-class PowerManagerFixture
+/// Base of the tests of the power daemon's classes. Every test function has a new simulated device, with its folders
+/// empty, its zone file missing and its CPU idle; the PowerManager amid it begins with start(). Warnings of Qt fail the
+/// test.
+class PowerManagerFixture : public QObject
 {
-public:
-    PowerManagerFixture();
-    ~PowerManagerFixture();
-    Q_DISABLE_COPY_MOVE(PowerManagerFixture)
+    Q_OBJECT
+
+protected:
+    PowerManagerFixture() = default;
 
     /// Runs init(). Its signals go to the timeline as if they came over the bus. @return what init() returned
     [[nodiscard]] bool start();
+    /// Puts the started PowerManager on the bus, until the test function ends. @return whether that went well
+    [[nodiscard]] bool serve();
 
     [[nodiscard]] SimulatedDevice& device();
     [[nodiscard]] PowerManager& manager();
 
     /// As SimulatedDevice::run().
     [[nodiscard]] QString run(const QString& lines);
+    /// As run(), and forgets what came of it.
+    [[nodiscard]] QString arrange(const QString& lines);
 
     /// What the power daemon logged, asked, drove and announced since the last call, in order.
     [[nodiscard]] QStringList take();
 
+protected Q_SLOTS:
+    void init();
+    void cleanup();
+
 private:
+    Q_DISABLE_COPY_MOVE(PowerManagerFixture)
+
     std::unique_ptr<SimulatedDevice> m_device;
     std::unique_ptr<PowerManager> m_manager;
 };

@@ -24,8 +24,9 @@ int modeSelect = 0;
 void recordPause(const QString& length)
 {
     timeline().add(Timeline::Kind::Pause, length);
-    if (duringPause()) {
-        duringPause()();
+    // A copy: what runs may set another one.
+    if (const auto action = duringPause()) {
+        action();
     }
 }
 

@@ -2,9 +2,21 @@
 // SPDX-License-Identifier: MIT
 #include "SimulatedDevice.h"
 
+#include <QDir>
 #include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
 
 using namespace Qt::Literals::StringLiterals;
+
+void writeFile(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    QDir().mkpath(QFileInfo(path).path());
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+        qFatal("%s: %s", qPrintable(path), qPrintable(file.errorString()));
+    }
+}
 
 SimulatedDevice::SimulatedDevice(Timeline& timeline, const QStringList& without, const QString& root)
 {

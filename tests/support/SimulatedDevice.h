@@ -11,6 +11,9 @@
 #include <functional>
 #include <memory>
 
+/// Puts a text in a file of the device, whose folder it makes. A test that cannot do that ends at once.
+void writeFile(const QString& path, const QByteArray& content);
+
 /// The simulated device on a thread of its own, as a test has it: the blocking calls of what is tested, on the test's
 /// thread, are answered. Every test gets a new one, in the state in which the device starts.
 class SimulatedDevice
