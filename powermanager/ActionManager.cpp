@@ -7,7 +7,9 @@
 #include "Log.h"
 #include "SoundManagerProxy.h"
 
+#include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSettings>
 
 #include <algorithm>
@@ -28,6 +30,23 @@ constexpr char kNoZoneName[] = "None";
 constexpr double kAssumedVolume = 128.0;
 /// What an unreadable light intensity counts as, in percent.
 constexpr uint kAssumedIntensity = 100;
+
+/// Whether a zone file may have a value in one of the binary forms "@Variant(...)" and "@DateTime(...)", which Qt's
+/// reader takes from any key. One that nests too deep for the stack would end the process. Before and within these
+/// words may stand what that reader takes out, such as quotes, and an escape may be any character of them.
+bool mayHaveBinaryValue(const QString& filePath)
+{
+    QFile file(filePath);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const QByteArray content = file.readAll();
+    if (!content.contains('@') && !content.contains('\\')) {
+        return false; // the usual file, and the cheap answer
+    }
+    const QRegularExpression binaryValue(QStringLiteral(R"([=,](?:[\s"\x80-\xff]|\\[^x0-7])*+(?:@["\\VD]|\\[x0-7]))"));
+    return QString::fromLatin1(content).contains(binaryValue);
+}
 
 /// A whole number of the zone file. Text that is not one reads as 0, a number beyond the range of int as the range's
 /// end, so that the bounds' clamps still see it.
@@ -92,8 +111,8 @@ bool ActionManager::reload()
     const MemoryTrimmer trimmer; // outlives the reader
     POWER_LOG(LogLevel::Detail, "Reading %s", qPrintable(m_filePath));
     // Anything else in the file's place has no zones, like a missing file; a pipe would block the reader for ever.
-    const QString readable = QFileInfo(m_filePath).isFile() ? m_filePath : QStringLiteral("/dev/null");
-    const QSettings settings(readable, QSettings::IniFormat);
+    const bool isReadable = QFileInfo(m_filePath).isFile() && !mayHaveBinaryValue(m_filePath);
+    const QSettings settings(isReadable ? m_filePath : QStringLiteral("/dev/null"), QSettings::IniFormat);
     const QStringList groups = settings.childGroups();
     m_zones.clear();
     for (const QString& group : groups) {
