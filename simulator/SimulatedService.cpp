@@ -95,6 +95,8 @@ bool SimulatedService::start(QString* error)
 void SimulatedService::stop()
 {
     if (isRunning()) {
+        // The bus learns of the end of a connection at its leisure; without the name, a restart can have it at once.
+        QDBusConnection(m_connectionName).unregisterService(m_description.busName);
         QDBusConnection::disconnectFromBus(m_connectionName);
         m_connectionName.clear();
         m_heldReplies.clear();

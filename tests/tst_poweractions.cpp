@@ -224,7 +224,7 @@ private Q_SLOTS:
         QCOMPARE(manager().Reboot(u"r"_s), 0);
         QCOMPARE(take(), expected(u"1"_s, QString())); // as found the time before
 
-        QCOMPARE(arrange(u"fail lightmanager.GetSwitch status 4"_s), QString());
+        QCOMPARE(arrange(u"light on\nfail lightmanager.GetSwitch status 4"_s), QString());
         QCOMPARE(manager().Reboot(u"r"_s), 0);
         QCOMPARE(take(), expected(u"0"_s, u"log 1 Impossible to get current Light status: suppose off"_s));
     }
