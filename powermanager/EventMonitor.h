@@ -27,7 +27,7 @@ public:
 
 Q_SIGNALS:
     /// One of the three events, as often as the service sends it.
-    void event(const Event& event);
+    void event(const Event& event); // clazy:exclude=overloaded-signal
 
 private Q_SLOTS:
     void onEvent(const QString& name, bool value);

@@ -31,7 +31,7 @@ struct FaultRow
 
 constexpr FaultRow kFaults[] = {
     {"none", "", "", Outcome::Done},
-    {"error", "", "fail %1 error", Outcome::Failed},
+    {"error", "", "fail %1 error 7", Outcome::Failed}, // whose text reads as a status
     {"status", "", "fail %1 status 7", Outcome::Refused},
     {"few", "", "fail %1 few", Outcome::Failed},
     {"many", "", "fail %1 many", Outcome::Done},
