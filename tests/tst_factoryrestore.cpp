@@ -280,9 +280,10 @@ private Q_SLOTS:
         writeFile(script, "#!/bin/sh\ntouch \"$0.ran\"; read line; echo noise; exit 3\n");
         QVERIFY(QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner));
         QList<QVariant> refusals;
-        connect(m_manager.get(), &FactoryRestoreManager::ResetCompleted, this, [this, &refusals] {
-            refusals.append(m_manager->FactoryHardReset());
-        }); // clazy:exclude=lambda-in-connect
+        connect(m_manager.get(), &FactoryRestoreManager::ResetCompleted, this,
+                [this, &refusals] { // clazy:exclude=lambda-in-connect
+                    refusals.append(m_manager->FactoryHardReset());
+                });
 
         QVERIFY(QMetaObject::invokeMethod(m_manager.get(), "HardResetTimer_Elapsed"));
 
@@ -333,9 +334,10 @@ private Q_SLOTS:
     void softResetDuringASoftResetIsRefused()
     {
         QList<QVariant> results;
-        connect(m_manager.get(), &FactoryRestoreManager::ResetCompleted, this, [this, &results] {
-            results.append(m_manager->FactorySoftReset(true, true));
-        }); // clazy:exclude=lambda-in-connect
+        connect(m_manager.get(), &FactoryRestoreManager::ResetCompleted, this,
+                [this, &results] { // clazy:exclude=lambda-in-connect
+                    results.append(m_manager->FactorySoftReset(true, true));
+                });
         QVERIFY(m_manager->FactorySoftReset(true, false));
         QCOMPARE(results, QList<QVariant>{false});
         QCOMPARE(take().constLast(), kSoftRefused);
