@@ -15,7 +15,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLocale>
 #include <QSaveFile>
 #include <QTimer>
 
@@ -298,62 +297,64 @@ bool measureRestore(const Settings&, Report& report)
     return true;
 }
 
-/// The medians of a Google benchmark program, by the benchmarks' names.
-using Medians = QHash<QString, QJsonObject>;
+/// A row of the report that one of the Google benchmarks makes.
+struct Benchmark
+{
+    const char* what;
+    const char* unit;
+    const char* daemon; ///< its name
+    const char* floor;  ///< the name of the floor's; null where there is none
+    const char* figure; ///< the name of the figure: a time in the benchmark's own unit, or a counter
+    double perUnit = 1; ///< what turns the figure into the unit
+};
 
-std::optional<Medians> runBenchmark(const QString& program)
+constexpr Benchmark kBenchmarks[] = {
+    {"reading of the load, CPU time", "µs", "readByLoadMonitor", "readByFloor", "cpu_time", 1e-3},
+    {"reading of the load, allocations", "1", "readByLoadMonitor", "readByFloor", "allocations"},
+    {"status broadcast to the announcement of another zone", "µs", "broadcastToDecision/real_time",
+     "broadcastToFloor/real_time", "real_time"},
+    {"decoding of a status snapshot of 50 values", "µs", "decodeSnapshot", "decodeSnapshotByFloor", "cpu_time", 1e-3},
+    {"log line", "µs", "logLine", "logLineByFloor", "cpu_time", 1e-3},
+    {"factory table written to a store in memory", "µs", "writeFactoryTable", "writeFactoryTableByFloor", "cpu_time"},
+    {"loading 10 zones", "ms", "loadZones/10", nullptr, "cpu_time"},
+    {"loading 1,000 zones", "ms", "loadZones/1000", nullptr, "cpu_time"},
+    {"loading 10,000 zones", "ms", "loadZones/10000", nullptr, "cpu_time"},
+    {"loading 100,000 zones", "ms", "loadZones/100000", nullptr, "cpu_time"},
+    {"loading 100,000 zones, per 1,000", "ms", "loadZones/100000", nullptr, "s_per_1000_zones", 1e3},
+};
+
+bool measureBenchmarks(const Settings&, Report& report)
 {
     QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(program, {u"--benchmark_format=json"_s, u"--benchmark_repetitions=5"_s,
-                            u"--benchmark_enable_random_interleaving=true"_s});
+    process.start(QStringLiteral(BENCHMARKS_PROGRAM),
+                  {u"--benchmark_format=json"_s, u"--benchmark_repetitions=5"_s, u"--benchmark_min_time=0.2"_s,
+                   u"--benchmark_enable_random_interleaving=true"_s});
     process.waitForFinished(-1);
     // The variation among zeros is written as NaN, which JSON does not have.
     const QJsonDocument document = QJsonDocument::fromJson(process.readAllStandardOutput().replace(": NaN", ": null"));
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0 || !document.isObject()) {
-        printError(program + u" failed: "_s + process.errorString());
-        return std::nullopt;
+        printError(process.program() + u" failed: "_s + process.errorString());
+        return false;
     }
-    Medians medians;
+    QHash<QString, QJsonObject> medians;
     const QJsonArray benchmarks = document.object().value(u"benchmarks"_s).toArray();
     for (const auto& benchmark : benchmarks) {
+        if (benchmark[u"error_occurred"].toBool()) {
+            printError(benchmark[u"name"].toString() + u": "_s + benchmark[u"error_message"].toString());
+            return false;
+        }
         if (benchmark[u"aggregate_name"] == u"median"_s) {
             medians.insert(benchmark[u"run_name"].toString(), benchmark.toObject());
         }
     }
-    return medians;
-}
-
-/// Not a number where there is no such figure.
-double figure(const Medians& medians, const QString& benchmark, const QString& name)
-{
-    return medians.value(benchmark).value(name).toDouble(qQNaN());
-}
-
-bool measureLoad(const Settings&, Report& report)
-{
-    const auto medians = runBenchmark(QStringLiteral(LOADMONITOR_PROGRAM));
-    if (!medians) {
-        return false;
-    }
-    const QString daemon = u"readByLoadMonitor"_s;
-    const QString floor = u"readByFloor"_s;
-    report.add(u"reading of the load, CPU time"_s, u"µs"_s, figure(*medians, daemon, u"cpu_time"_s) / 1e3,
-               figure(*medians, floor, u"cpu_time"_s) / 1e3);
-    report.add(u"reading of the load, allocations"_s, u"1"_s, figure(*medians, daemon, u"allocations"_s),
-               figure(*medians, floor, u"allocations"_s));
-    return true;
-}
-
-bool measureZones(const Settings&, Report& report)
-{
-    const auto medians = runBenchmark(QStringLiteral(POWERZONES_PROGRAM));
-    if (!medians) {
-        return false;
-    }
-    for (const int count : {1'000, 10'000, 100'000}) {
-        report.add(u"loading %1 zones, per 1,000 zones"_s.arg(QLocale(QLocale::English).toString(count)), u"ms"_s,
-                   figure(*medians, u"loadZones/"_s + QString::number(count), u"s_per_1000_zones"_s) * 1e3);
+    for (const Benchmark& row : kBenchmarks) {
+        // Not a number where there is no such figure.
+        const auto figure = [&medians, &row](const char* benchmark) {
+            const QJsonObject median = medians.value(QLatin1StringView(benchmark));
+            return median.value(QLatin1StringView(row.figure)).toDouble(qQNaN()) * row.perUnit;
+        };
+        report.add(QString::fromUtf8(row.what), QString::fromUtf8(row.unit), figure(row.daemon),
+                   row.floor != nullptr ? std::optional(figure(row.floor)) : std::nullopt);
     }
     return true;
 }
@@ -373,8 +374,7 @@ constexpr Measurement kMeasurements[] = {
     {"broadcasts", measureBroadcasts, "CPU time of a status broadcast that changes nothing"},
     {"reboot", measureReboot, "what a reboot takes beyond its pauses"},
     {"restore", measureRestore, "what a soft factory reset takes beyond its pauses"},
-    {"load", measureLoad, "reading of the CPU load"},
-    {"zones", measureZones, "loading of zone files"},
+    {"benchmarks", measureBenchmarks, "single parts of the daemon, by Google Benchmark"},
 };
 
 QString describe()

@@ -25,19 +25,26 @@ T basicValue(const QVariant& value)
     return value.userType() == qMetaTypeId<QDBusArgument>() ? T() : qvariant_cast<T>(value);
 }
 
-/// Calls a remote method that answers with a status and so many values, and waits for it. As the client's own blocking
-/// form, but for a value that is an array or structure: handing that to the bus library as a basic type would abort the
-/// process.
+/// Takes the values that follow the status in a reply. One that is an array or structure reads as its type's default:
+/// handing it to the bus library as a basic type, as the generated clients do, would abort the process.
 /// @param values filled by a reply that has exactly as many; untouched otherwise
-/// @return the status, or the D-Bus error, which reads as 0
 template <typename... Values>
-QDBusReply<int> fetch(QDBusAbstractInterface& client, const QString& method, Values&... values)
+void decode(const QDBusMessage& reply, Values&... values)
 {
-    const QDBusMessage reply = client.call(method);
     const QVariantList arguments = reply.arguments();
     if (reply.type() == QDBusMessage::ReplyMessage && arguments.size() == 1 + qsizetype{sizeof...(Values)}) {
         qsizetype index = 0;
         ((values = basicValue<Values>(arguments.at(++index))), ...);
     }
+}
+
+/// Calls a remote method that answers with a status and so many values, and waits for it.
+/// @param values as for decode()
+/// @return the status, or the D-Bus error, which reads as 0
+template <typename... Values>
+QDBusReply<int> fetch(QDBusAbstractInterface& client, const QString& method, Values&... values)
+{
+    const QDBusMessage reply = client.call(method);
+    decode(reply, values...);
     return reply;
 }

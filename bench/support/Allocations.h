@@ -1,0 +1,8 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+
+/// How often this program has asked for memory up to now, on all threads: operator new and Qt's containers included.
+[[nodiscard]] std::size_t allocationCount();
