@@ -5,8 +5,6 @@
 #include "Log.h"
 #include "Paths.h"
 
-#include <QFile>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -42,10 +40,10 @@ bool LoadMonitor::start()
 int LoadMonitor::getLoad()
 {
     // Once a second for the life of the device: without the cost of a file object.
-    const QByteArray path = QFile::encodeName(paths::cpuCounters());
-    const int file = open(path.constData(), O_RDONLY | O_CLOEXEC);
+    const char* path = paths::cpuCounters();
+    const int file = open(path, O_RDONLY | O_CLOEXEC);
     if (file < 0) {
-        POWER_LOG(LogLevel::Error, "Error opening %s", path.constData());
+        POWER_LOG(LogLevel::Error, "Error opening %s", path);
         return -1;
     }
     // The kernel makes up the whole text at the first read, however little of it is asked for.
@@ -56,7 +54,7 @@ int LoadMonitor::getLoad()
     int fields = 0;
     const std::optional<Sample> sample = sampleOf(QLatin1StringView(text, end), &fields);
     if (!sample) {
-        POWER_LOG(LogLevel::Error, "Error reading %s. Expected %d values, got %d", path.constData(), kFields, fields);
+        POWER_LOG(LogLevel::Error, "Error reading %s. Expected %d values, got %d", path, kFields, fields);
         return -1;
     }
     const int load = loadBetween(m_previous, *sample);

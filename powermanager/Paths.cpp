@@ -24,9 +24,9 @@ QString postFactoryRestoreScript()
     return QStringLiteral(ZELT_ROOT "/bin/post_factory_restore.sh");
 }
 
-QString cpuCounters()
+const char* cpuCounters()
 {
-    return QStringLiteral(PROC_ROOT "/stat");
+    return PROC_ROOT "/stat";
 }
 
 } // namespace paths

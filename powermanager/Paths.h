@@ -20,7 +20,7 @@ namespace paths {
 /// Ends a software recovery.
 [[nodiscard]] QString postFactoryRestoreScript();
 
-/// The kernel's CPU time counters.
-[[nodiscard]] QString cpuCounters();
+/// The kernel's CPU time counters. For the C library: opened once a second for the life of the device.
+[[nodiscard]] const char* cpuCounters();
 
 } // namespace paths

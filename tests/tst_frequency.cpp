@@ -102,12 +102,13 @@ private Q_SLOTS:
         for (const int load : std::as_const(loads)) {
             const qsizetype before = emitted.size();
             if (load < 0) {
-                QFile::remove(paths::cpuCounters());
+                QFile::remove(QLatin1StringView(paths::cpuCounters()));
             } else {
                 total += 100;
                 busy += load;
-                writeFile(paths::cpuCounters(), "cpu  " + QByteArray::number(busy) + " 0 0 " +
-                                                    QByteArray::number(total - busy) + " 0 0 0 0 0 0\ncpu0 1\n");
+                writeFile(QLatin1StringView(paths::cpuCounters()), "cpu  " + QByteArray::number(busy) + " 0 0 " +
+                                                                       QByteArray::number(total - busy) +
+                                                                       " 0 0 0 0 0 0\ncpu0 1\n");
             }
 
             QVERIFY(QMetaObject::invokeMethod(&monitor, "updateLoadValue"));
@@ -120,12 +121,13 @@ private Q_SLOTS:
     void unreadableCountersAreReported()
     {
         LoadMonitor monitor(nullptr);
-        writeFile(paths::cpuCounters(), "cpu  1 2 3 4 5 6 7 8 9\nintr 1 2\n");
+        writeFile(QLatin1StringView(paths::cpuCounters()), "cpu  1 2 3 4 5 6 7 8 9\nintr 1 2\n");
         QCOMPARE(monitor.getLoad(), -1);
-        QVERIFY(QFile::remove(paths::cpuCounters()));
+        QVERIFY(QFile::remove(QLatin1StringView(paths::cpuCounters())));
         QCOMPARE(monitor.getLoad(), -1);
-        QCOMPARE(take(), (QStringList{u"log 1 Error reading %1. Expected 11 values, got 10"_s.arg(paths::cpuCounters()),
-                                      u"log 1 Error opening "_s + paths::cpuCounters()}));
+        QCOMPARE(take(), (QStringList{u"log 1 Error reading %1. Expected 11 values, got 10"_s.arg(
+                                          QLatin1StringView(paths::cpuCounters())),
+                                      u"log 1 Error opening "_s + QLatin1StringView(paths::cpuCounters())}));
     }
 
     void ladder()

@@ -41,13 +41,13 @@ private Q_SLOTS:
 
     void loadIsSampledOnceASecond()
     {
-        QVERIFY(QFile::remove(paths::cpuCounters())); // which every sample reports
+        QVERIFY(QFile::remove(QLatin1StringView(paths::cpuCounters()))); // which every sample reports
         LoadMonitor monitor(nullptr);
 
         QVERIFY(monitor.start());
 
         QCOMPARE(run(u"wait 3.5"_s), QString());
-        QCOMPARE(take(), QStringList(3, u"log 1 Error opening "_s + paths::cpuCounters()));
+        QCOMPARE(take(), QStringList(3, u"log 1 Error opening "_s + QLatin1StringView(paths::cpuCounters())));
     }
 
     void muteServiceCostsFiveSeconds_data()

@@ -31,13 +31,13 @@ void PowerManagerFixture::init()
     (void)QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
     QTest::failOnWarning(QRegularExpression(u".*"_s));
-    for (const QString& file :
-         {paths::zoneFile(), paths::lastActionFile(), paths::clearDataScript(), paths::cpuCounters()}) {
+    const QString cpuCounters = QString::fromLatin1(paths::cpuCounters());
+    for (const QString& file : {paths::zoneFile(), paths::lastActionFile(), paths::clearDataScript(), cpuCounters}) {
         const QString folder = QFileInfo(file).path();
         QDir(folder).removeRecursively();
         QDir().mkpath(folder);
     }
-    writeFile(paths::cpuCounters(), "cpu  0 0 0 0 0 0 0 0 0 0\n"); // an idle CPU
+    writeFile(cpuCounters, "cpu  0 0 0 0 0 0 0 0 0 0\n"); // an idle CPU
     setModeSelect(0);
     m_device = std::make_unique<SimulatedDevice>(timeline());
     timeline().clear();
