@@ -6,6 +6,7 @@
 #include "Simulator.h"
 
 #include <chrono>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -128,10 +129,19 @@ void ScenarioRunner::onTimeout()
 
 void ScenarioRunner::onEntryAdded()
 {
-    // A copy: a condition that fails the run ends itself.
-    const std::function<bool()> condition = m_condition;
-    if (condition && condition() && m_isBusy) {
+    if (!m_condition) {
+        return;
+    }
+    // Moved out while it runs: a condition that fails the run ends itself. And back, with how far it has looked.
+    std::function<bool()> condition = std::exchange(m_condition, nullptr);
+    const bool isTrue = condition();
+    if (!m_isBusy) {
+        return;
+    }
+    if (isTrue) {
         finishLine();
+    } else {
+        m_condition = std::move(condition);
     }
 }
 
