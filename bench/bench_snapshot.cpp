@@ -5,6 +5,7 @@
 #include "BlockingCall.h"
 #include "StatusManagerProxy.h"
 
+#include <QDBusArgument>
 #include <QDBusMessage>
 
 #include <benchmark/benchmark.h>

@@ -3,10 +3,10 @@
 #pragma once
 
 #include <QDBusAbstractInterface>
-#include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusReply>
 #include <QString>
+#include <QVariant>
 
 #include <tuple>
 
@@ -18,15 +18,7 @@ std::tuple<Values...> makeSnapshot(QDBusReply<int> (Client::*)(Values&...))
     return {};
 }
 
-/// A value of a reply as a basic type: converted where that is possible, otherwise the type's default.
-template <typename T>
-T basicValue(const QVariant& value)
-{
-    return value.userType() == qMetaTypeId<QDBusArgument>() ? T() : qvariant_cast<T>(value);
-}
-
-/// Takes the values that follow the status in a reply. One that is an array or structure reads as its type's default:
-/// handing it to the bus library as a basic type, as the generated clients do, would abort the process.
+/// Takes the values that follow the status in a reply. One that does not convert reads as its type's default.
 /// @param values filled by a reply that has exactly as many; untouched otherwise
 template <typename... Values>
 void decode(const QDBusMessage& reply, Values&... values)
@@ -34,7 +26,9 @@ void decode(const QDBusMessage& reply, Values&... values)
     const QVariantList arguments = reply.arguments();
     if (reply.type() == QDBusMessage::ReplyMessage && arguments.size() == 1 + qsizetype{sizeof...(Values)}) {
         qsizetype index = 0;
-        ((values = basicValue<Values>(arguments.at(++index))), ...);
+        // Not qdbus_cast(), as the generated clients do: it would hand an array or structure to the bus library as a
+        // basic type, which aborts the process.
+        ((values = qvariant_cast<Values>(arguments.at(++index))), ...);
     }
 }
 
