@@ -31,9 +31,25 @@ constexpr double kAssumedVolume = 128.0;
 /// What an unreadable light intensity counts as, in percent.
 constexpr uint kAssumedIntensity = 100;
 
+/// A pattern for a word at the beginning of a value as Qt's reader takes it from a zone file. Before and within the
+/// word may stand what that reader takes out, such as quotes, and any character may be an escape, of which 16 bits
+/// count.
+QString spelledAnyway(const char* word)
+{
+    QString pattern;
+    for (const char* at = word; *at != '\0'; ++at) {
+        const QString octal = QString::number(*at, 8);
+        pattern += QStringLiteral(R"((?:[\s"\x80-\xff]|\\(?:[^x0-7]|x(?![[:xdigit:]])))*+)"
+                                  R"((?:%1|\\x(?:[[:xdigit:]]*00|0)?(?i:%2)(?![[:xdigit:]]))"
+                                  R"(|\\(?:[0-7]*[0246]00%3|0*%4)(?![0-7])))")
+                       .arg(QRegularExpression::escape(QString(QLatin1Char(*at))), QString::number(*at, 16),
+                            octal.rightJustified(3, u'0'), octal);
+    }
+    return pattern;
+}
+
 /// Whether a zone file may have a value in one of the binary forms "@Variant(...)" and "@DateTime(...)", which Qt's
-/// reader takes from any key. One that nests too deep for the stack would end the process. Before and within these
-/// words may stand what that reader takes out, such as quotes, and an escape may be any character of them.
+/// reader takes from any key. One that nests too deep for the stack would end the process.
 bool mayHaveBinaryValue(const QString& filePath)
 {
     QFile file(filePath);
@@ -44,12 +60,15 @@ bool mayHaveBinaryValue(const QString& filePath)
     if (!content.contains('@') && !content.contains('\\')) {
         return false; // the usual file, and the cheap answer
     }
-    const QRegularExpression binaryValue(QStringLiteral(R"([=,](?:[\s"\x80-\xff]|\\[^x0-7])*+(?:@["\\VD]|\\[x0-7]))"));
-    return QString::fromLatin1(content).contains(binaryValue); // clazy:exclude=use-static-qregularexpression
+    const QRegularExpression binaryValue(
+        QStringLiteral("[=,]%1(?:%2|%3)")
+            .arg(spelledAnyway("@"), spelledAnyway("Variant("), spelledAnyway("DateTime(")));
+    const QRegularExpressionMatch match = binaryValue.match(QString::fromLatin1(content));
+    return match.hasMatch() || !match.isValid(); // the latter where the pattern was too much work
 }
 
-/// A whole number of the zone file. Text that is not one reads as 0, a number beyond the range of int as the range's
-/// end, so that the bounds' clamps still see it.
+/// A whole number of the zone file. Text that is not one reads as 0; a number beyond the range of int, up to 64 bits,
+/// as the range's end, so that the bounds' clamps still see it.
 int readNumber(const QSettings& settings, const QString& group, const QString& key, int missing)
 {
     const QVariant value = settings.value(group + u'/' + key);

@@ -107,6 +107,9 @@ private Q_SLOTS:
             "high_treshold=90\n[A]\nhigh_treshold=5\nhigh_threshold=50\ncolour=red\n", {loaded(u"A"_s, 0, 5)},
             u"0 None, 1 A, 6 None"_s);
         row("empty file", "", {}, u"0 None"_s);
+        row("other keys that begin like a binary value",
+            "; @Ann, \\7\n[A]\nhigh_treshold=40\nlabel=\\xc9t\\xe9\nnote=@Vienna, \"@Data(1)\", \\x40Variants\n",
+            {loaded(u"A"_s, 0, 40)}, u"0 None, 1 A, 41 None"_s);
         row("a binary value, deeper than the stack",
             "[A]\nhigh_treshold=40\n[B]\nx= \"@\"\\126ariant(" +
                 QByteArray("\\0\\0\\0\\x9\\0\\0\\0\\x1").repeated(100'000) + ")\n",
