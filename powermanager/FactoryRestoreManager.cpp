@@ -19,7 +19,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <optional>
+
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 
@@ -50,12 +53,14 @@ bool runScript(const QString& path, int timeoutMs)
     script.setStandardInputFile(QProcess::nullDevice());
     script.setStandardOutputFile(QProcess::nullDevice());
     script.setStandardErrorFile(QProcess::nullDevice());
+    // A process group of its own, so that what it has started can be ended with it.
+    script.setChildProcessModifier([] { (void)setpgid(0, 0); });
     script.start(path, QStringList());
     const bool isFinished = script.waitForFinished(timeoutMs);
     if (isFinished) {
         script.close();
-    } else {
-        script.kill();
+    } else if (const auto group = static_cast<pid_t>(script.processId()); group > 0) {
+        (void)kill(-group, SIGKILL);
         (void)script.waitForFinished(kKillTimeoutMs); // not close(), which waits for ever
     }
     return isFinished;

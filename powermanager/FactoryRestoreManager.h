@@ -17,8 +17,9 @@ class UpgradeProxy;
 /// - The reset button held for 5 s alone: a soft reset, which rewrites the configuration to factory values.
 /// - Reset and seek-down held for 5 s together: a hard reset, which clears scheduler, events and user data first.
 ///
-/// Releasing the reset button stops both countdowns. Both resets end with ResetCompleted(), upon which the device is
-/// rebooted; after a hard one no other can start before that. Event-loop thread only, which a reset blocks on purpose.
+/// Releasing the reset button stops both countdowns. A hard reset, and a soft one that succeeds, end with
+/// ResetCompleted(), upon which the device is rebooted; after a hard one no other can start before that. Event-loop
+/// thread only, which a reset blocks on purpose.
 class FactoryRestoreManager : public QObject
 {
     Q_OBJECT

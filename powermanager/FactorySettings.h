@@ -97,7 +97,7 @@ inline constexpr Setting kSettings[] = {
 
     {"RGB", "disabled", Kind::Set, "0"},
 
-    {"SOUND", "masterVolume", Kind::Set, "-32"}, // in the sound service's unit, like all that follow
+    {"SOUND", "masterVolume", Kind::Set, "-32"}, // in the sound service's unit, like the four volumes below
     {"SOUND", "masterMute", Kind::Set, "0"},
     {"SOUND", "amplifiersDefault", Kind::Set, "1"},
     {"SOUND", "radioFmVolume", Kind::Set, "100"},

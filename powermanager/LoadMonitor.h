@@ -36,8 +36,7 @@ public:
 
     /// Takes a sample: one open and one read of the kernel's counters.
     /// @return the load since the sample before (the first time: since boot) in percent, or -1 where the counters
-    /// cannot
-    ///         be read, which is logged
+    ///         cannot be read, which is logged
     [[nodiscard]] int getLoad();
 
     /// The sums of the kernel's first line: the label and ten counters, separated by blanks. A counter that is no

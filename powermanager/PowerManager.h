@@ -188,8 +188,8 @@ private:
     SoundManagerProxy* m_sound = nullptr;
     LightManagerProxy* m_light = nullptr;
     PhotoManagerProxy* m_photo = nullptr;
-    MicManagerProxy* m_mic = nullptr;
-    ConfigProxy* m_config = nullptr;
+    MicManagerProxy* m_mic = nullptr; ///< kept, not used
+    ConfigProxy* m_config = nullptr;  ///< kept, not used: the store is reached by Configuration
     UpdateProxy* m_update = nullptr;
     StatusManagerProxy* m_status = nullptr;
     RGBManagerProxy* m_rgb = nullptr;
