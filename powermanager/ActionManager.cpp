@@ -9,10 +9,10 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <QSettings>
 
 #include <algorithm>
+#include <cctype>
 #include <limits>
 
 #ifdef __GLIBC__
@@ -31,21 +31,50 @@ constexpr double kAssumedVolume = 128.0;
 /// What an unreadable light intensity counts as, in percent.
 constexpr uint kAssumedIntensity = 100;
 
-/// A pattern for a word at the beginning of a value as Qt's reader takes it from a zone file. Before and within the
-/// word may stand what that reader takes out, such as quotes, and any character may be an escape, of which 16 bits
-/// count.
-QString spelledAnyway(const char* word)
+/// The value of a digit, of either case; negative for what is none of that base.
+int digitValue(char character, int base)
 {
-    QString pattern;
-    for (const char* at = word; *at != '\0'; ++at) {
-        const QString octal = QString::number(*at, 8);
-        pattern += QStringLiteral(R"((?:[\s"\x80-\xff]|\\(?:[^x0-7]|x(?![[:xdigit:]])))*+)"
-                                  R"((?:%1|\\x(?:[[:xdigit:]]*00|0)?(?i:%2)(?![[:xdigit:]]))"
-                                  R"(|\\(?:[0-7]*[0246]00%3|0*%4)(?![0-7])))")
-                       .arg(QRegularExpression::escape(QString(QLatin1Char(*at))), QString::number(*at, 16),
-                            octal.rightJustified(3, u'0'), octal);
+    const auto lower = static_cast<char>(std::tolower(static_cast<uchar>(character)));
+    return static_cast<int>(QByteArrayView("0123456789abcdef").first(base).indexOf(lower));
+}
+
+/// The next character of a value as Qt's reader takes it from a zone file: any may be an escape, of which 16 bits
+/// count. Passes over what that reader may take out: blanks, quotes, parts of longer characters, escapes of nothing.
+/// @return 0 at the end
+char16_t nextCharacter(QByteArrayView text, qsizetype* at)
+{
+    while (*at < text.size()) {
+        const auto byte = static_cast<uchar>(text.at((*at)++));
+        if (byte != '\\') {
+            if (byte > ' ' && byte < 0x80 && byte != '"') {
+                return byte;
+            }
+            continue;
+        }
+        const bool isHex = *at < text.size() && text.at(*at) == 'x';
+        const int base = isHex ? 16 : 8;
+        const qsizetype begin = *at + (isHex ? 1 : 0);
+        qsizetype end = begin;
+        char16_t value = 0;
+        for (; end < text.size() && digitValue(text.at(end), base) >= 0; ++end) {
+            value = static_cast<char16_t>(value * base + digitValue(text.at(end), base));
+        }
+        if (end > begin) {
+            *at = end;
+            return value;
+        }
+        ++*at; // with the character behind the backslash
     }
-    return pattern;
+    return 0;
+}
+
+bool beginsWith(QByteArrayView text, const char* word)
+{
+    qsizetype at = 0;
+    while (*word != '\0' && nextCharacter(text, &at) == static_cast<uchar>(*word)) {
+        ++word;
+    }
+    return *word == '\0';
 }
 
 /// Whether a zone file may have a value in one of the binary forms "@Variant(...)" and "@DateTime(...)", which Qt's
@@ -60,11 +89,15 @@ bool mayHaveBinaryValue(const QString& filePath)
     if (!content.contains('@') && !content.contains('\\')) {
         return false; // the usual file, and the cheap answer
     }
-    const QRegularExpression binaryValue(
-        QStringLiteral("[=,]%1(?:%2|%3)")
-            .arg(spelledAnyway("@"), spelledAnyway("Variant("), spelledAnyway("DateTime(")));
-    const QRegularExpressionMatch match = binaryValue.match(QString::fromLatin1(content));
-    return match.hasMatch() || !match.isValid(); // the latter where the pattern was too much work
+    for (qsizetype at = 0; at < content.size(); ++at) {
+        if (content.at(at) == '=' || content.at(at) == ',') {
+            const QByteArrayView value = QByteArrayView(content).sliced(at + 1);
+            if (beginsWith(value, "@Variant(") || beginsWith(value, "@DateTime(")) {
+                return true;
+            }
+        }
+    }
+    return false;
 }
 
 /// A whole number of the zone file. Text that is not one reads as 0; a number beyond the range of int, up to 64 bits,
