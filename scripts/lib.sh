@@ -117,16 +117,28 @@ configure_and_build() {
         die "building with preset \"$preset\" failed"
 }
 
-# run_on_private_bus COMMAND...: with a session bus of its own; the script ends with the command's status.
+# Ends the command of run_on_private_bus, even where it is about to begin.
+stop_command() {
+    until [[ -s $PID_FILE ]]; do
+        kill -0 $! 2>/dev/null || return 0
+        sleep 0.05
+    done
+    kill -s TERM "$(<"$PID_FILE")" || true
+}
+
+# run_on_private_bus COMMAND...: with a session bus of its own; the script ends with the command's status. PID_FILE may
+# name the file that gets the command's process number.
 run_on_private_bus() {
-    # dbus-run-session that ends by a signal leaves its bus and the command behind. So it never gets one: as a background
-    # job it ignores the terminal's interrupt, and the signals that come here go to the command, which ends the rest.
-    local status
-    PID_FILE=$(mktemp)
+    # dbus-run-session that ends by a signal leaves its bus and the command behind. So it never gets one: it is in a
+    # session of its own, and the signals that come here go to the command, which ends the rest.
+    local status is_stopped=""
+    PID_FILE=${PID_FILE:-$(mktemp)}
     trap 'rm -f "$PID_FILE"' EXIT
-    trap 'kill -s TERM "$(<"$PID_FILE")" || true' INT TERM HUP
+    trap 'is_stopped=1' INT TERM HUP
     # shellcheck disable=SC2016 # for the inner shell to expand
-    dbus-run-session -- bash -c 'echo $$ >"$1"; shift; exec "$@"' run "$PID_FILE" "$@" <&0 &
+    setsid dbus-run-session -- bash -c 'echo $$ >"$1"; shift; exec "$@"' run "$PID_FILE" "$@" <&0 &
+    trap stop_command INT TERM HUP
+    [[ -z $is_stopped ]] || stop_command
 
     # A signal ends a wait early.
     while :; do
