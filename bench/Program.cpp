@@ -51,6 +51,14 @@ void stayOnLastCpu()
 
 } // namespace
 
+void prepareMeasured(QProcess& process)
+{
+    process.setChildProcessModifier([] {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        stayOnLastCpu();
+    });
+}
+
 Program::Program(const QString& file, const QStringList& arguments, const QString& busName) : m_busName(busName)
 {
     const InterfaceDescription interface = Catalogue().powerDaemon();
@@ -61,10 +69,7 @@ Program::Program(const QString& file, const QStringList& arguments, const QStrin
     m_process.setStandardInputFile(QProcess::nullDevice());
     m_process.setStandardOutputFile(QProcess::nullDevice());
     m_process.setStandardErrorFile(QProcess::nullDevice());
-    m_process.setChildProcessModifier([] {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        stayOnLastCpu();
-    });
+    prepareMeasured(m_process);
 }
 
 Program::~Program()

@@ -8,6 +8,10 @@
 
 #include <optional>
 
+/// Has a program that is yet to start end with our own process whatever way that ends, and run on the CPU of all
+/// measured programs.
+void prepareMeasured(QProcess& process);
+
 /// A program under measurement: a child process that serves the power daemon's interface on the session bus. Its output
 /// goes nowhere. It ends with this object, and with our own process whatever way that ends. All of them run on one CPU,
 /// the machine's last, so that what else goes on there hits them alike.

@@ -14,8 +14,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTimer>
 
 #include <benchmark/benchmark.h>
+
+#include <chrono>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -67,14 +70,23 @@ private:
 /// Sends a broadcast and waits for what the receiver makes of it. @param arrived set by the receiver
 void measure(benchmark::State& state, StatusService& service, bool& arrived)
 {
+    bool isLate = false;
+    QTimer limit;
+    limit.setSingleShot(true);
+    limit.callOnTimeout([&isLate] { isLate = true; });
+    limit.start(std::chrono::minutes(1));
     for (auto _ : state) {
         arrived = false;
         if (!service.isReady() || !service.send()) {
             state.SkipWithError("no status service on the bus");
             return;
         }
-        while (!arrived) {
+        while (!arrived && !isLate) {
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
+        if (isLate) {
+            state.SkipWithError("a broadcast has had no effect");
+            return;
         }
     }
 }

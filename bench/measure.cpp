@@ -12,9 +12,11 @@
 #include <QDBusConnection>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
 #include <QSaveFile>
 #include <QTimer>
 
@@ -326,6 +328,7 @@ constexpr Benchmark kBenchmarks[] = {
 bool measureBenchmarks(const Settings&, Report& report)
 {
     QProcess process;
+    prepareMeasured(process);
     process.start(QStringLiteral(BENCHMARKS_PROGRAM),
                   {u"--benchmark_format=json"_s, u"--benchmark_repetitions=5"_s, u"--benchmark_min_time=0.2"_s,
                    u"--benchmark_enable_random_interleaving=true"_s});
@@ -347,16 +350,20 @@ bool measureBenchmarks(const Settings&, Report& report)
             medians.insert(benchmark[u"run_name"].toString(), benchmark.toObject());
         }
     }
+    bool isComplete = true;
     for (const Benchmark& row : kBenchmarks) {
-        // Not a number where there is no such figure.
-        const auto figure = [&medians, &row](const char* benchmark) {
-            const QJsonObject median = medians.value(QLatin1StringView(benchmark));
-            return median.value(QLatin1StringView(row.figure)).toDouble(qQNaN()) * row.perUnit;
+        const auto figure = [&medians, &row, &isComplete](const char* benchmark) {
+            const QJsonValue value = medians.value(QLatin1StringView(benchmark)).value(QLatin1StringView(row.figure));
+            if (!value.isDouble()) {
+                printError(u"no "_s + QLatin1StringView(row.figure) + u" of "_s + QLatin1StringView(benchmark));
+                isComplete = false;
+            }
+            return value.toDouble() * row.perUnit;
         };
         report.add(QString::fromUtf8(row.what), QString::fromUtf8(row.unit), figure(row.daemon),
                    row.floor != nullptr ? std::optional(figure(row.floor)) : std::nullopt);
     }
-    return true;
+    return isComplete;
 }
 
 struct Measurement

@@ -15,6 +15,7 @@
 #include <QEventLoop>
 
 #include <algorithm>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -65,12 +66,14 @@ public:
     {
         const auto* elapsed = std::find_if(std::begin(kElapsed), std::end(kElapsed),
                                            [&name](const Elapsed& row) { return name == QLatin1StringView(row.name); });
-        const QObjectList children = elapsed == std::end(kElapsed) ? QObjectList() : m_manager.children();
-        for (QObject* child : children) {
-            if (child->inherits(elapsed->className)) {
-                QMetaObject::invokeMethod(child, elapsed->member);
-            }
+        if (elapsed == std::end(kElapsed)) {
+            return;
         }
+        const QObjectList children = m_manager.children();
+        const auto child = std::find_if(children.begin(), children.end(),
+                                        [elapsed](const QObject* each) { return each->inherits(elapsed->className); });
+        fuzzing::require(child != children.end() && QMetaObject::invokeMethod(*child, elapsed->member),
+                         "what time brings about has its slot");
     }
 
 private:

@@ -3,6 +3,8 @@
 #include "Fuzzing.h"
 #include "LoadMonitor.h"
 
+#include <algorithm>
+
 /// The input is two lines: the first line of the kernel's counters, and what it is a second later.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
