@@ -20,6 +20,8 @@ class Floor : public QObject
     Q_CLASSINFO("D-Bus Interface", "com.quillmark.zelt.powerinterface")
 
 public:
+    Q_DISABLE_COPY_MOVE(Floor)
+
     Floor()
     {
         connect(&m_timer, &QTimer::timeout, this, [this] { (void)m_load.sample(); });

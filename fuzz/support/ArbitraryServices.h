@@ -27,6 +27,7 @@ public:
 
     /// Joins the bus. Ends the process where that fails.
     explicit ArbitraryServices(const Catalogue& catalogue);
+    Q_DISABLE_COPY_MOVE(ArbitraryServices)
 
     /// For the next call that has no answer yet. Without one, a call is answered with status 0 and zero values.
     void addAnswer(const Answer& answer);
