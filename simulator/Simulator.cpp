@@ -13,11 +13,15 @@
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
 /// A power action blocks the power daemon for 7.5 s and the replies it waits for; a suspend lasts as long as it lasts.
 constexpr int kDaemonCallTimeoutMs = 600'000;
+
+/// A timer counts its milliseconds as an int, which ends at 24.8 days: a longer standby is waited for in parts.
+constexpr std::chrono::milliseconds kLongestTimer = 24h;
 
 } // namespace
 
@@ -36,7 +40,7 @@ Simulator::Simulator(Timeline& timeline, const QString& root, const QString& gpi
     }
     connect(&m_load, &LoadGenerator::ended, this, [this] { m_timeline.note(u"the load has ended"_s); });
     m_wakeUpTimer.setSingleShot(true);
-    connect(&m_wakeUpTimer, &QTimer::timeout, this, &Simulator::wakeUp);
+    connect(&m_wakeUpTimer, &QTimer::timeout, this, &Simulator::sleepOn);
 }
 
 Simulator::~Simulator()
@@ -159,10 +163,7 @@ void Simulator::onCalled(const QString& method)
 {
     sendNotifications();
     if (method == u"freqmanager.Suspend" && !m_device.wakeUpTime.isEmpty()) {
-        QDateTime wakeUpTime = QDateTime::fromString(m_device.wakeUpTime, u"yyyy-MM-dd HH:mm:ss"_s);
-        wakeUpTime.setTimeSpec(Qt::UTC);
-        m_wakeUpTimer.start(
-            std::chrono::milliseconds(std::max<qint64>(0, QDateTime::currentDateTimeUtc().msecsTo(wakeUpTime))));
+        m_wakeUpTimer.start(0ms); // not at once: the answer is held when this has returned
     }
     switch (std::exchange(m_device.powerRequest, Device::PowerRequest::None)) {
     case Device::PowerRequest::None:
@@ -173,6 +174,18 @@ void Simulator::onCalled(const QString& method)
     case Device::PowerRequest::Shutdown:
         Q_EMIT shutdownRequested();
         break;
+    }
+}
+
+void Simulator::sleepOn()
+{
+    QDateTime wakeUpTime = QDateTime::fromString(m_device.wakeUpTime, u"yyyy-MM-dd HH:mm:ss"_s);
+    wakeUpTime.setTimeSpec(Qt::UTC);
+    const std::chrono::milliseconds left(QDateTime::currentDateTimeUtc().msecsTo(wakeUpTime));
+    if (left > 0ms) {
+        m_wakeUpTimer.start(std::min(left, kLongestTimer));
+    } else {
+        wakeUp();
     }
 }
 

@@ -90,6 +90,8 @@ private Q_SLOTS:
 
 private:
     void onCalled(const QString& method);
+    /// Goes on with the standby, or ends it where its time is over.
+    void sleepOn();
     void onAnswer(const QString& method, QDBusPendingCallWatcher* watcher);
 
     Timeline& m_timeline;
