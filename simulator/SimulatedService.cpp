@@ -174,11 +174,12 @@ bool SimulatedService::handleMessage(const QDBusMessage& message, const QDBusCon
     Device untouched = m_device;
     const Device::Answer good = (fault.preventsEffect() ? untouched : m_device).call(entry.name, message.arguments());
     const QVariantList values = spoil(dbusvalues::fill(method->out, good.values), fault);
+    const bool isHeld = good.isHeld && !fault.preventsEffect();
     entry.result = good.isHeld ? u"..."_s : dbusvalues::toTexts(values.mid(0, kMaxShownArguments)).join(u", "_s);
     m_timeline.add(entry);
     Q_EMIT called(entry.name);
-    if (good.isHeld && !fault.preventsEffect()) {
-        m_heldReplies.append(message.createReply(values));
+    if (isHeld) {
+        m_heldReplies.append({message, values, fault});
     } else {
         answer(message, values, fault);
     }
@@ -187,9 +188,9 @@ bool SimulatedService::handleMessage(const QDBusMessage& message, const QDBusCon
 
 void SimulatedService::release()
 {
-    const QList<QDBusMessage> replies = std::exchange(m_heldReplies, {});
-    for (const QDBusMessage& reply : replies) {
-        QDBusConnection(m_connectionName).send(reply);
+    const QList<HeldReply> replies = std::exchange(m_heldReplies, {});
+    for (const HeldReply& reply : replies) {
+        answer(reply.call, reply.values, reply.fault);
     }
 }
 

@@ -74,6 +74,14 @@ Q_SIGNALS:
     void called(const QString& method);
 
 private:
+    /// An answer that comes later: its call, and the fault that was in force at the time of it.
+    struct HeldReply
+    {
+        QDBusMessage call;
+        QVariantList values;
+        Fault fault;
+    };
+
     [[nodiscard]] QString memberName(const QString& member) const;
     void answer(const QDBusMessage& call, const QVariantList& values, const Fault& fault);
     void flood();
@@ -83,6 +91,6 @@ private:
     Timeline& m_timeline;
     QString m_connectionName; ///< empty while not on the bus
     QHash<QString, Fault> m_faults;
-    QList<QDBusMessage> m_heldReplies;
+    QList<HeldReply> m_heldReplies;
     QHash<QString, QVariantList> m_lastValues; ///< of each signal, to show what changed
 };
