@@ -53,6 +53,20 @@ QVariantList spoil(QVariantList values, const Fault& fault)
     return values;
 }
 
+/// The answer as the timeline shows it.
+QString shownAnswer(const QVariantList& values, const Fault& fault)
+{
+    switch (fault.kind) {
+    case Fault::Kind::Error:
+        return u"error "_s + fault.errorText;
+    case Fault::Kind::Mute:
+    case Fault::Kind::Dies:
+        return u"no answer"_s;
+    default:
+        return dbusvalues::toTexts(values.mid(0, kMaxShownArguments)).join(u", "_s);
+    }
+}
+
 } // namespace
 
 bool Fault::preventsEffect() const
@@ -175,7 +189,7 @@ bool SimulatedService::handleMessage(const QDBusMessage& message, const QDBusCon
     const Device::Answer good = (fault.preventsEffect() ? untouched : m_device).call(entry.name, message.arguments());
     const QVariantList values = spoil(dbusvalues::fill(method->out, good.values), fault);
     const bool isHeld = good.isHeld && !fault.preventsEffect();
-    entry.result = good.isHeld ? u"..."_s : dbusvalues::toTexts(values.mid(0, kMaxShownArguments)).join(u", "_s);
+    entry.result = isHeld ? u"..."_s : shownAnswer(values, fault);
     m_timeline.add(entry);
     Q_EMIT called(entry.name);
     if (isHeld) {

@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "RecordingPlatform.h"
 #include "SimulatedDevice.h"
+#include "Table.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -15,13 +18,19 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QDBusMessage callLight(const QString& method, const QVariantList& arguments = {}, int timeoutMs = 200)
+/// A call of a method of the light or of the frequency service.
+QDBusMessage callTo(const QString& part, const QString& method, const QVariantList& arguments = {})
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(u"com.quillmark.zelt.lightmanager"_s,
-                                                          u"/com/quillmark/zelt/lightmanager/lightobj"_s,
-                                                          u"com.quillmark.zelt.lightinterface"_s, method);
+    QDBusMessage message = QDBusMessage::createMethodCall(u"com.quillmark.zelt.%1manager"_s.arg(part),
+                                                          u"/com/quillmark/zelt/%1manager/%1obj"_s.arg(part),
+                                                          u"com.quillmark.zelt.%1interface"_s.arg(part), method);
     message.setArguments(arguments);
-    return QDBusConnection::sessionBus().call(message, QDBus::Block, timeoutMs);
+    return message;
+}
+
+QDBusMessage callLight(const QString& method, const QVariantList& arguments = {})
+{
+    return QDBusConnection::sessionBus().call(callTo(u"light"_s, method, arguments), QDBus::Block, 200);
 }
 
 /// A run of the program.
@@ -163,6 +172,43 @@ private Q_SLOTS:
         QTEST(reply.signature(), "signature");
         QCOMPARE(device.run(u"repair all\nstart lightmanager"_s), QString());
         QCOMPARE(callLight(u"GetIntensity"_s).arguments(), (QVariantList{0, 100U}));
+    }
+
+    void standbyIsAnsweredAtItsEnd_data()
+    {
+        const Table<QString, QString, QString, QString> row("fault", "told", "last", "error");
+        const QString noReply = u"org.freedesktop.DBus.Error.NoReply"_s;
+        row("none", {}, u"..."_s, u"wake"_s, {});
+        row("late", u"late 3600"_s, u"..."_s, u"wake"_s, noReply);
+        row("floods", u"floods"_s, u"..."_s, u"freqmanager.FreqChanged sent 2000 times"_s, {});
+        row("error", u"error no"_s, u"error no"_s, u"wake"_s, u"com.quillmark.zelt.Error.Failed"_s);
+        row("mute", u"mute"_s, u"no answer"_s, u"wake"_s, noReply);
+    }
+
+    void standbyIsAnsweredAtItsEnd()
+    {
+        QFETCH(QString, fault);
+        QFETCH(QString, told);
+        QFETCH(QString, error);
+        SimulatedDevice device(timeline());
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        // Further away than a timer can count.
+        const QString end = QDateTime::currentDateTimeUtc().addDays(30).toString(u"yyyy-MM-dd HH:mm:ss"_s);
+        const QVariantList wakeUp{QVariant::fromValue<uchar>(2), end};
+        QCOMPARE(bus.call(callTo(u"freq"_s, u"SetWakeup"_s, wakeUp)).arguments(), QVariantList{0});
+        QCOMPARE(device.run(fault.isEmpty() ? fault : u"fail freqmanager.Suspend "_s + fault), QString());
+        timeline().clear();
+
+        QDBusPendingCall suspend =
+            bus.asyncCall(callTo(u"freq"_s, u"Suspend"_s), error.endsWith(u"NoReply") ? 200 : 20'000);
+
+        QCOMPARE(device.run(u"expect call freqmanager.Suspend\nwait 0.02"_s), QString());
+        QVERIFY(!suspend.isValid()); // not answered yet
+        QCOMPARE(timeline().entries().constLast().result, told);
+        QCOMPARE(device.run(u"wake"_s), QString());
+        QTEST(timeline().entries().constLast().name, "last");
+        suspend.waitForFinished();
+        QCOMPARE(suspend.reply().errorName(), error);
     }
 
     void servicesRefuseWhatIsNotDescribed()
