@@ -60,9 +60,10 @@ QVariant convert(const QVariant& value, const QString& type)
     if (!converted.convert(QMetaType(basic.id))) {
         return {};
     }
-    // A number that was cut to fit is not the number that was given.
-    if (value.typeId() == QMetaType::QString && basic.id != QMetaType::QString && basic.id != QMetaType::Bool &&
-        converted.toDouble() != value.toDouble()) {
+    // A number that was cut to fit is not the number that was given. A double is never cut, and may be none (NaN).
+    const bool isWholeNumber =
+        basic.id != QMetaType::QString && basic.id != QMetaType::Bool && basic.id != QMetaType::Double;
+    if (value.typeId() == QMetaType::QString && isWholeNumber && converted.toDouble() != value.toDouble()) {
         return {};
     }
     return converted;

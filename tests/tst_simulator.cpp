@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
+#include "DBusValues.h"
 #include "RecordingPlatform.h"
 #include "SimulatedDevice.h"
 #include "Table.h"
@@ -13,6 +14,8 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
+
+#include <cmath>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -218,6 +221,12 @@ private Q_SLOTS:
         QCOMPARE(callLight(u"Glow"_s).errorName(), u"org.freedesktop.DBus.Error.UnknownMethod"_s);
         QCOMPARE(callLight(u"SetIntensity"_s, {5U}).arguments(), QVariantList{0});
         QCOMPARE(device.run(u"expect light 5"_s), QString());
+    }
+
+    void valuesThatAreNoNumbers()
+    {
+        QVERIFY(std::isnan(dbusvalues::convert(u"nan"_s, u"d"_s).toDouble()));
+        QVERIFY(!dbusvalues::convert(u"1e999"_s, u"d"_s).isValid());
     }
 
     void linesDoWhatTheySay_data()
