@@ -50,12 +50,13 @@ Simulator::~Simulator()
 
 bool Simulator::prepareFiles(QString* error)
 {
-    if (!m_files.prepare(error) || !m_lines.prepare(error)) {
+    if (!m_files.prepare(error)) {
         return false;
     }
+    // Kept also where there can be no lines.
     m_device.configFile = m_files.configFile();
     m_device.loadConfig();
-    return true;
+    return m_lines.prepare(error);
 }
 
 bool Simulator::start(const QStringList& without, QString* error)
