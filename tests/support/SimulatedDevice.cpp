@@ -60,7 +60,9 @@ QString SimulatedDevice::run(const QString& lines)
     bool isLoaded = false;
     invoke([this, &lines, &error, &isLoaded](Simulator&) {
         isLoaded = m_runner->load(lines, u"test"_s, 1, &error);
-        m_runner->run();
+        if (isLoaded) {
+            m_runner->run();
+        }
     });
     if (isLoaded) {
         loop.exec();
