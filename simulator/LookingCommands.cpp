@@ -79,9 +79,12 @@ constexpr double kPatternTolerance = 0.15;
 
 bool isSamePatternWord(const QString& actual, const QString& expected)
 {
-    bool isTime = false;
-    const double expectedTime = expected.toDouble(&isTime);
-    return isTime ? std::abs(actual.toDouble() - expectedTime) <= kPatternTolerance : actual == expected;
+    bool isExpectedTime = false;
+    const double expectedTime = expected.toDouble(&isExpectedTime);
+    bool isActualTime = false;
+    const double actualTime = actual.toDouble(&isActualTime);
+    return isExpectedTime ? isActualTime && std::abs(actualTime - expectedTime) <= kPatternTolerance
+                          : actual == expected;
 }
 
 void expectPattern(ScenarioRunner& runner)
