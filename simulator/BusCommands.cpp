@@ -11,41 +11,33 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Turns the words of a line into the values of a member's arguments.
-std::optional<QVariantList> convertArguments(ScenarioRunner& runner, const QList<ArgumentDescription>& arguments,
-                                             const QStringList& texts)
+/// Turns the words of a line, the value of that name, into the values of a member's arguments.
+std::optional<LineError> convertArguments(QVariantMap& lineValues, const QString& name,
+                                          const QList<ArgumentDescription>& arguments)
 {
+    const QStringList texts = lineValues.value(name).toStringList();
     QVariantList values;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QVariant value = i < texts.size() ? dbusvalues::convert(texts.at(i), arguments.at(i).type) : QVariant();
         if (!value.isValid()) {
-            runner.fail(
-                u"found "_s + (i < texts.size() ? u'"' + texts.at(i) + u'"' : u"nothing"_s) + u", expected "_s +
+            return LineError{
+                i < texts.size() ? u'"' + texts.at(i) + u'"' : u"nothing"_s,
                 dbusvalues::typeName(arguments.at(i).type) + u" for "_s +
-                (arguments.at(i).name.isEmpty() ? u"argument "_s + QString::number(i + 1) : arguments.at(i).name));
-            return std::nullopt;
+                    (arguments.at(i).name.isEmpty() ? u"argument "_s + QString::number(i + 1) : arguments.at(i).name)};
         }
         values.append(value);
     }
     if (texts.size() > arguments.size()) {
-        runner.fail(u"found \""_s + texts.at(arguments.size()) + u"\", expected no more than "_s +
-                    QString::number(arguments.size()) + u" arguments"_s);
-        return std::nullopt;
+        return LineError{u'"' + texts.at(arguments.size()) + u'"',
+                         u"no more than "_s + QString::number(arguments.size()) + u" arguments"_s};
     }
-    return values;
+    lineValues.insert(name, values);
+    return std::nullopt;
 }
 
 void setFault(ScenarioRunner& runner, const Fault& fault)
 {
-    const QString member = runner.value(u"member"_s).toString();
-    const bool isOfValues = fault.kind == Fault::Kind::Few || fault.kind == Fault::Kind::Many ||
-                            fault.kind == Fault::Kind::Types || fault.kind == Fault::Kind::Arrays ||
-                            fault.kind == Fault::Kind::None;
-    if (!isOfValues && runner.simulator().findSignal(member) != nullptr) {
-        runner.fail(u"found the signal "_s + member + u", expected a method: a signal is not answered"_s);
-        return;
-    }
-    runner.simulator().setFault(member, fault);
+    runner.simulator().setFault(runner.value(u"member"_s).toString(), fault);
 }
 
 void startService(ScenarioRunner& runner)
@@ -77,21 +69,22 @@ QList<Command> busCommands()
         // The bus
         {"send <signal:signal> <values...>", "sends any signal of a service, with all its values in order", kActs,
          [](ScenarioRunner& runner) {
-             const QString name = runner.value(u"signal"_s).toString();
-             const MemberDescription* signal = runner.simulator().findSignal(name);
-             if (const auto values = convertArguments(runner, signal->out, runner.value(u"values"_s).toStringList())) {
-                 runner.simulator().sendValues(name, *values);
-             }
+             runner.simulator().sendValues(runner.value(u"signal"_s).toString(), runner.value(u"values"_s).toList());
+         },
+         [](QVariantMap& values, const Catalogue& catalogue) {
+             return convertArguments(values, u"values"_s,
+                                     catalogue.findSignal(values.value(u"signal"_s).toString())->out);
          }},
         {"call <operation:operation> <arguments...>",
          "calls a method of the power daemon; its answer comes later (see \"expect answer\")", kActs,
          [](ScenarioRunner& runner) {
-             const MemberDescription* method =
-                 runner.simulator().catalogue().powerDaemon().findMethod(runner.value(u"operation"_s).toString());
-             if (const auto values =
-                     convertArguments(runner, method->in, runner.value(u"arguments"_s).toStringList())) {
-                 runner.simulator().callPowerDaemon(*method, *values);
-             }
+             const InterfaceDescription& daemon = runner.simulator().catalogue().powerDaemon();
+             runner.simulator().callPowerDaemon(*daemon.findMethod(runner.value(u"operation"_s).toString()),
+                                                runner.value(u"arguments"_s).toList());
+         },
+         [](QVariantMap& values, const Catalogue& catalogue) {
+             return convertArguments(values, u"arguments"_s,
+                                     catalogue.powerDaemon().findMethod(values.value(u"operation"_s).toString())->in);
          }},
         {"stop <service:service>", "takes a service off the bus, as if its process died", kActs, &stopService},
         {"start <service:service>", "puts a service back on the bus", kActs, &startService},
@@ -102,25 +95,25 @@ QList<Command> busCommands()
          }},
 
         // Faults
-        {"fail <member:member> error [<text>]", "from now on the method answers with a D-Bus error", kActs,
+        {"fail <member:method> error [<text>]", "from now on the method answers with a D-Bus error", kActs,
          [](ScenarioRunner& runner) {
              const QVariant text = runner.value(u"text"_s);
              setFault(runner, {Fault::Kind::Error, 0, 0, text.isValid() ? text.toString() : u"simulated failure"_s});
          }},
-        {"fail <member:member> status <status:int:-2147483648:2147483647>",
+        {"fail <member:method> status <status:int:-2147483648:2147483647>",
          "from now on the method answers with that status", kActs,
          [](ScenarioRunner& runner) {
              setFault(runner, {Fault::Kind::Status, runner.value(u"status"_s).toInt(), 0, {}});
          }},
-        {"fail <member:member> late <seconds:number:0:3600>", "from now on the method answers that much later", kActs,
+        {"fail <member:method> late <seconds:number:0:3600>", "from now on the method answers that much later", kActs,
          [](ScenarioRunner& runner) {
              setFault(runner, {Fault::Kind::Late, 0, qRound(runner.value(u"seconds"_s).toDouble() * 1000), {}});
          }},
-        {"fail <member:member> mute", "from now on the method never answers", kActs,
+        {"fail <member:method> mute", "from now on the method never answers", kActs,
          [](ScenarioRunner& runner) {
              setFault(runner, {Fault::Kind::Mute, 0, 0, {}});
          }},
-        {"fail <member:member> dies", "the service leaves the bus on the next call of the method, before it answers",
+        {"fail <member:method> dies", "the service leaves the bus on the next call of the method, before it answers",
          kActs,
          [](ScenarioRunner& runner) {
              setFault(runner, {Fault::Kind::Dies, 0, 0, {}});
@@ -141,7 +134,7 @@ QList<Command> busCommands()
          [](ScenarioRunner& runner) {
              setFault(runner, {Fault::Kind::Arrays, 0, 0, {}});
          }},
-        {"fail <member:member> floods", "from now on thousands of the service's signals come before the answer", kActs,
+        {"fail <member:method> floods", "from now on thousands of the service's signals come before the answer", kActs,
          [](ScenarioRunner& runner) {
              setFault(runner, {Fault::Kind::Floods, 0, 0, {}});
          }},

@@ -5,7 +5,11 @@
 #include "CommandPattern.h"
 
 #include <QList>
+#include <QVariantMap>
 
+#include <optional>
+
+class Catalogue;
 class ScenarioRunner;
 
 /// A command of the language.
@@ -15,6 +19,9 @@ struct Command
     const char* help;                    ///< one line
     bool isAction;                       ///< does something: it is shown, and expectations begin anew with it
     void (*run)(ScenarioRunner& runner); ///< carries out a line that matched the pattern
+
+    /// Checks of a line's values what its pattern can't, and may turn texts into values; null: there is nothing more.
+    std::optional<LineError> (*check)(QVariantMap& values, const Catalogue& catalogue) = nullptr;
 };
 
 /// All commands, in the order in which help lists them.

@@ -123,6 +123,11 @@ const InterfaceDescription* Catalogue::findService(const QString& service) const
     return found == m_services.end() ? nullptr : &*found;
 }
 
+const MemberDescription* Catalogue::findSignal(const QString& name) const
+{
+    return findService(name.section(u'.', 0, 0))->findSignal(name.section(u'.', 1));
+}
+
 QStringList Catalogue::serviceNames() const
 {
     QStringList names;

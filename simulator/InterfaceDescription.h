@@ -60,6 +60,9 @@ public:
     /// A service by its short name; null where there is none.
     [[nodiscard]] const InterfaceDescription* findService(const QString& service) const;
 
+    /// A signal by its full name, "service.Signal", of a service that exists; null where it has none.
+    [[nodiscard]] const MemberDescription* findSignal(const QString& name) const;
+
     [[nodiscard]] QStringList serviceNames() const;
 
 private:

@@ -87,19 +87,22 @@ bool isSamePatternWord(const QString& actual, const QString& expected)
                           : actual == expected;
 }
 
+std::optional<LineError> checkPattern(QVariantMap& values, const Catalogue&)
+{
+    static const QRegularExpression kForm(u"^on( \\d*\\.?\\d+ off \\d*\\.?\\d+ on)*( \\d*\\.?\\d+)?$"_s);
+    const QString pattern = values.value(u"words"_s).toStringList().join(u' ');
+    if (kForm.match(pattern).hasMatch()) {
+        return std::nullopt;
+    }
+    return LineError{u'"' + pattern + u'"',
+                     u"a pattern such as on 0.5 off 0.5 on 2, without the last time for a line that stays on"_s};
+}
+
 void expectPattern(ScenarioRunner& runner)
 {
-    static const QRegularExpression kForm(u"^on( [\\d.]+ off [\\d.]+ on)*( [\\d.]+)?$"_s);
     const QStringList words = runner.value(u"words"_s).toStringList();
-    const QString pattern = words.join(u' ');
-    if (!kForm.match(pattern).hasMatch()) {
-        runner.fail(u"found \""_s + pattern +
-                    u"\", expected a pattern such as on 0.5 off 0.5 on 2, without the last "
-                    "time for a line that stays on"_s);
-        return;
-    }
     const QStringList expected = QStringList{u"pattern"_s} + words;
-    runner.expectEntry(u"pattern "_s + pattern, within(runner), [expected](const Timeline::Entry& entry) {
+    runner.expectEntry(u"pattern "_s + words.join(u' '), within(runner), [expected](const Timeline::Entry& entry) {
         return entry.kind == Timeline::Kind::Line && std::equal(entry.arguments.begin(), entry.arguments.end(),
                                                                 expected.begin(), expected.end(), &isSamePatternWord);
     });
@@ -229,7 +232,7 @@ QList<Command> lookingCommands()
          }},
         {"expect pattern <words...> [within <within:number:0:86400>]",
          "waits for the indicator to come to rest after on 0.5 off 0.5 on 2, say; without the last time it stays on",
-         kLooks, &expectPattern},
+         kLooks, &expectPattern, &checkPattern},
         {"expect frozen <state:on|off> [within <within:number:0:86400>]",
          "waits for the configuration store to be frozen, or not", kLooks,
          [](ScenarioRunner& runner) {

@@ -63,7 +63,8 @@ std::optional<ScenarioRunner::Line> ScenarioRunner::parse(const QString& text, s
     LineError furthest{u'"' + tokens.constFirst().text + u'"', u"a command (\"help\" lists them)"_s, 0};
     for (const Command& command : commands()) {
         LineError lineError;
-        if (const auto values = command.pattern.match(tokens, m_simulator.catalogue(), &lineError)) {
+        if (auto values = command.pattern.match(tokens, m_simulator.catalogue(), &lineError)) {
+            *error = command.check != nullptr ? command.check(*values, m_simulator.catalogue()) : std::nullopt;
             return Line{{}, 0, text.trimmed(), &command, *values};
         }
         if (lineError.position > furthest.position) {

@@ -12,6 +12,7 @@
 #include <QVariantMap>
 
 #include <functional>
+#include <optional>
 
 class DaemonProcess;
 class Simulator;
@@ -19,8 +20,8 @@ struct Command;
 
 /// Carries out lines of the command language, one after the other, between the events of its thread's loop.
 ///
-/// Every line is checked before the first one runs. A line may take its time (a wait, a slow discharge, an
-/// expectation); the next one starts when it is done. Expectations look at what the timeline has gathered since the
+/// Lines are checked when they are loaded, a scenario as a whole. A line may take its time (a wait, a slow discharge,
+/// an expectation); the next one starts when it is done. Expectations look at what the timeline has gathered since the
 /// last command that did something, in any order; each entry fulfils one expectation at most. The first expectation
 /// that does not come true ends the run: what is left in the queue is dropped.
 class ScenarioRunner : public QObject

@@ -142,17 +142,13 @@ void Simulator::sendNotifications()
 
 void Simulator::send(const Device::Notification& notification)
 {
-    sendValues(notification.signal, dbusvalues::fill(findSignal(notification.signal)->out, notification.values));
+    sendValues(notification.signal,
+               dbusvalues::fill(m_catalogue.findSignal(notification.signal)->out, notification.values));
 }
 
 void Simulator::sendValues(const QString& signal, const QVariantList& values)
 {
-    m_services.value(signal.section(u'.', 0, 0))->send(*findSignal(signal), values);
-}
-
-const MemberDescription* Simulator::findSignal(const QString& name) const
-{
-    return m_catalogue.findService(name.section(u'.', 0, 0))->findSignal(name.section(u'.', 1));
+    m_services.value(signal.section(u'.', 0, 0))->send(*m_catalogue.findSignal(signal), values);
 }
 
 void Simulator::broadcastStatus()

@@ -64,8 +64,6 @@ public:
     void send(const Device::Notification& notification);
     /// Sends a signal of a service, with all its values in order.
     void sendValues(const QString& signal, const QVariantList& values);
-    /// A signal of the catalogue by its full name, "service.Signal", of a service that exists; null where it has none.
-    [[nodiscard]] const MemberDescription* findSignal(const QString& name) const;
     /// Sends the status broadcast of the present state.
     void broadcastStatus();
 
