@@ -291,6 +291,10 @@ void Program::onDaemonEnded(int status, bool wasAsked)
     } else if (status < 0) {
         printError(u"can't start "_s + m_options.value(u"run"_s));
         end(kNoGround);
+    } else if (wasAsked && status != 0) {
+        // A restart of the device asks, too.
+        printError(u"the power daemon was asked to end, and ended with status "_s + QString::number(status));
+        end(kFailed);
     } else if (m_isRestarting) {
         m_isRestarting = false;
         m_simulator.restartDevice();

@@ -312,6 +312,13 @@ private Q_SLOTS:
                                         << u"can't start /nowhere"_s;
         QTest::newRow("daemon ends on its own")
             << QStringList{u"--run"_s, u"/bin/false"_s} << QByteArray() << 1 << u"ended on its own, with status 1"_s;
+        const QString crashing = QStringLiteral(ZELT_ROOT "/crashing");
+        writeFile(crashing, "#!/bin/sh\ntrap 'exit 3' TERM\n"
+                            "dbus-send --print-reply --dest=com.quillmark.zelt.freqmanager "
+                            "/com/quillmark/zelt/freqmanager/freqobj com.quillmark.zelt.freqinterface.Reboot\n");
+        QFile::setPermissions(crashing, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QTest::newRow("daemon crashes at a restart")
+            << QStringList{u"--run"_s, crashing} << QByteArray() << 1 << u"was asked to end, and ended with status 3"_s;
         QTest::newRow("help") << none << QByteArray("help expect log\n") << 0 << u"expect log TEXT [within WITHIN]"_s;
     }
 
