@@ -35,6 +35,9 @@ constexpr int kNoGround = 3; ///< no session bus, a name taken, a program that c
 /// How long the device takes from restart to the start of its daemons; the real one takes longer.
 constexpr std::chrono::milliseconds kBootTime(1000);
 
+/// How long the power daemon may take from its start to its name on the bus.
+constexpr std::chrono::seconds kStartTime(30);
+
 constexpr char kDescription[] =
     "Plays all services of the device around the power daemon on the session bus, and shows what happens as one\n"
     "timeline. What is done to the device comes as lines of a small language, from scenario files or from standard\n"
@@ -151,6 +154,13 @@ bool Program::begin()
         // What is done to the device is meant for a daemon that is there.
         connect(&m_simulator, &Simulator::powerDaemonUp, this, &Program::beginLines, Qt::SingleShotConnection);
         m_daemon->start();
+        QTimer::singleShot(kStartTime, this, [this] {
+            if (!m_hasBegun && !m_isEnding) {
+                printError(m_options.value(u"run"_s) + u" has not taken the power daemon's name on the bus within "_s +
+                           QString::number(kStartTime.count()) + u" s"_s);
+                end(kFailed);
+            }
+        });
     } else {
         beginLines();
     }
@@ -334,7 +344,8 @@ void Program::end(int status)
     if (m_daemon && m_daemon->isRunning()) {
         m_daemon->stop(); // onDaemonEnded() goes on
     } else {
-        QCoreApplication::exit();
+        // Queued: before the event loop runs, it would be lost.
+        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     }
 }
 

@@ -310,6 +310,8 @@ private Q_SLOTS:
         QTest::newRow("load ends with the program") << none << QByteArray("load 100 for 600") << 0 << u"load 100"_s;
         QTest::newRow("no such daemon") << QStringList{u"--run"_s, u"/nowhere"_s} << QByteArray() << 3
                                         << u"can't start /nowhere"_s;
+        QTest::newRow("daemon without a name")
+            << QStringList{u"--run"_s, QString()} << QByteArray() << 3 << u"can't start "_s;
         QTest::newRow("daemon ends on its own")
             << QStringList{u"--run"_s, u"/bin/false"_s} << QByteArray() << 1 << u"ended on its own, with status 1"_s;
         const QString crashing = QStringLiteral(ZELT_ROOT "/crashing");
