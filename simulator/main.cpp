@@ -28,7 +28,8 @@ namespace {
 
 // Exit statuses.
 constexpr int kDone = 0;
-constexpr int kFailed = 1;   ///< an expectation did not come true, or the power daemon ended on its own
+constexpr int kFailed =
+    1; ///< an expectation did not come true, or the power daemon did not come up or end as it should
 constexpr int kBadInput = 2; ///< an option or a line is wrong
 constexpr int kNoGround = 3; ///< no session bus, a name taken, a program that can't be started
 
@@ -47,12 +48,19 @@ constexpr char kDescription[] =
     "  dbus-run-session -- device-simulator --run ./powermanager battery-day.scenario\n"
     "      plays a scenario against the power daemon on a private bus\n"
     "  dbus-run-session -- device-simulator --run ./powermanager\n"
-    "      the same by hand; type for example:  charge 12   volume 90   expect volume 40   help\n"
+    "      the same by hand; type for example:\n"
+    "        volume 90\n"
+    "        charge 12\n"
+    "        expect volume 40\n"
+    "        help\n"
     "  device-simulator --without soundmanager --stay battery.scenario\n"
     "      all services but the sound manager, on the bus one has, until SIGTERM\n"
     "\n"
-    "Exit status: 0 done, 1 an expectation did not come true or the power daemon ended on its own, 2 a wrong option\n"
-    "or line, 3 no session bus or a service's name is taken.";
+    "Exit status: 0 done; 1 an expectation did not come true, or the power daemon did not come up, ended on its own or "
+    "with\n"
+    "another status than 0; 2 a wrong option or line; 3 no session bus, a service's name is taken, or the power "
+    "daemon\n"
+    "can't be started.";
 
 void printError(const QString& text)
 {
@@ -182,7 +190,7 @@ bool Program::readFormat()
     const QString level = m_options.value(u"level"_s);
     m_format.maxLogLevel = level.toInt(&isNumber);
     m_format.showFullPlace = m_options.isSet(u"full"_s);
-    if (!isNumber || m_format.maxLogLevel < 0) {
+    if (!isNumber || m_format.maxLogLevel < 0 || m_format.maxLogLevel > 9) {
         printError(u"--level: found \""_s + level + u"\", expected a log level, 0 to 9"_s);
         return false;
     }
