@@ -30,6 +30,8 @@ Q_SIGNALS:
     void ended(int status, bool wasAsked);
 
 private:
+    Q_DISABLE_COPY_MOVE(DaemonProcess)
+
     void readLines();
     void onFinished(int exitCode, QProcess::ExitStatus exitStatus);
     void onErrorOccurred(QProcess::ProcessError error);

@@ -7,7 +7,9 @@
 
 #include <QTime>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 
 using namespace Qt::Literals::StringLiterals;

@@ -29,6 +29,8 @@ public:
     [[nodiscard]] bool selectMode(bool isAccessPoint, QString* error);
 
 private:
+    Q_DISABLE_COPY_MOVE(GpioLines)
+
     [[nodiscard]] QString valueFile(int line) const;
     void onFileChanged(const QString& path);
 

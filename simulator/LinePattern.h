@@ -24,6 +24,8 @@ public:
     void change(bool isOn);
 
 private:
+    Q_DISABLE_COPY_MOVE(LinePattern)
+
     void tell();
 
     int m_line;

@@ -31,6 +31,8 @@ Q_SIGNALS:
     void ended();
 
 private:
+    Q_DISABLE_COPY_MOVE(LoadGenerator)
+
     void work(int percent) const;
 
     std::vector<std::thread> m_workers;

@@ -31,6 +31,8 @@ public:
     [[nodiscard]] bool open(const QString& path, QString* error);
 
 private:
+    Q_DISABLE_COPY_MOVE(RunTable)
+
     void write(const QString& row);
     void writeRow();
 

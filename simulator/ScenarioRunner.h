@@ -78,6 +78,8 @@ Q_SIGNALS:
     void printed(const QString& text);
 
 private:
+    Q_DISABLE_COPY_MOVE(ScenarioRunner)
+
     struct Line
     {
         QString origin;

@@ -9,6 +9,8 @@
 #include <QDBusError>
 #include <QTimer>
 
+#include <utility>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {

@@ -54,7 +54,6 @@ public:
     [[nodiscard]] bool start(QString* error);
     /// Leaves the bus at once, as a process that dies. Nothing happens where it is not on it.
     void stop();
-    [[nodiscard]] bool isRunning() const;
 
     /// Sets or, with Fault::Kind::None, repairs the fault of a method or signal.
     void setFault(const QString& member, const Fault& fault);
@@ -74,6 +73,8 @@ Q_SIGNALS:
     void called(const QString& method);
 
 private:
+    Q_DISABLE_COPY_MOVE(SimulatedService)
+
     /// An answer that comes later: its call, and the fault that was in force at the time of it.
     struct HeldReply
     {
@@ -82,6 +83,7 @@ private:
         Fault fault;
     };
 
+    [[nodiscard]] bool isRunning() const;
     [[nodiscard]] QString memberName(const QString& member) const;
     void answer(const QDBusMessage& call, const QVariantList& values, const Fault& fault);
     void flood();

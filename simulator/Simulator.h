@@ -87,6 +87,8 @@ private Q_SLOTS:
     void onPowerDaemonSignal(const QDBusMessage& message);
 
 private:
+    Q_DISABLE_COPY_MOVE(Simulator)
+
     void onCalled(const QString& method);
     /// Goes on with the standby, or ends it where its time is over.
     void sleepOn();

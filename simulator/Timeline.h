@@ -72,6 +72,8 @@ Q_SIGNALS:
     void added(const Timeline::Entry& entry);
 
 private:
+    Q_DISABLE_COPY_MOVE(Timeline)
+
     mutable QMutex m_mutex;
     QList<Entry> m_entries;
     qsizetype m_cleared = 0; ///< number of entries forgotten

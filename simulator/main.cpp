@@ -84,8 +84,10 @@ public:
     [[nodiscard]] int status() const;
 
 private:
+    Q_DISABLE_COPY_MOVE(Program)
+
     [[nodiscard]] bool loadScenarios();
-    [[nodiscard]] bool readFormat();
+    [[nodiscard]] bool readOptions();
     [[nodiscard]] bool beginTable();
     void watchSignals();
     void beginLines();
@@ -126,7 +128,7 @@ Program::Program(const QCommandLineParser& options)
 
 bool Program::begin()
 {
-    if (!readFormat()) {
+    if (!readOptions()) {
         m_status = kBadInput;
         return false;
     }
@@ -184,7 +186,7 @@ int Program::status() const
     return m_status;
 }
 
-bool Program::readFormat()
+bool Program::readOptions()
 {
     bool isNumber = false;
     const QString level = m_options.value(u"level"_s);
