@@ -240,6 +240,13 @@ private Q_SLOTS:
         QCOMPARE(run(before + u"\nexpect log \"CurrZone: 2, NewZone: \"\n"_s + after), QString());
     }
 
+    void zoneIsToldOnTheBus()
+    {
+        QVERIFY(start() && serve());
+        const QString told = u"\nexpect signal PowerZoneChanged Critical"_s;
+        QCOMPARE(run(u"charge 10"_s + told + told), QString()); // by the object, and over the bus
+    }
+
     void disabledActionsIgnoreTheCharge()
     {
         QVERIFY(start());
