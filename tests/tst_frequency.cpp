@@ -5,6 +5,7 @@
 #include "Paths.h"
 #include "PowerManagerFixture.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <limits>
@@ -94,6 +95,8 @@ private Q_SLOTS:
     {
         QFETCH(QList<int>, loads);
         LoadMonitor monitor(nullptr);
+        const auto openFiles = [] { return QDir(u"/proc/self/fd"_s).count(); };
+        const auto openBefore = openFiles();
         QString emitted;
         connect(&monitor, &LoadMonitor::lowCpuLoad, this, [&emitted] { emitted += u'L'; });
         connect(&monitor, &LoadMonitor::highCpuLoad, this, [&emitted] { emitted += u'H'; });
@@ -116,6 +119,7 @@ private Q_SLOTS:
             emitted += emitted.size() == before ? u"-"_s : QString();
         }
         QTEST(emitted, "expected");
+        QCOMPARE(openFiles(), openBefore);
     }
 
     void unreadableCountersAreReported()
