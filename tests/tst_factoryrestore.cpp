@@ -296,6 +296,12 @@ private Q_SLOTS:
         QCOMPARE(refusals, QList<QVariant>{false});
         QVERIFY(QFile::exists(script + u".ran"_s));
 
+        // No recovery is under way that the upgrade service could tell of.
+        for (const int status : {1, 2, 3}) {
+            m_manager->UpgradeStatusChanged(status);
+        }
+        QCOMPARE(take(), QStringList());
+
         // Until the reboot, nothing more.
         QVERIFY(!m_manager->FactoryHardReset());
         QVERIFY(!m_manager->FactorySoftReset(true, true));
@@ -331,7 +337,7 @@ private Q_SLOTS:
         QCOMPARE(take(), QStringList{kSoftRefused});
     }
 
-    void softResetDuringASoftResetIsRefused()
+    void softResetIsRefusedOnlyDuringAnother()
     {
         QList<QVariant> results;
         connect(m_manager.get(), &FactoryRestoreManager::ResetCompleted, this,
@@ -341,6 +347,9 @@ private Q_SLOTS:
         QVERIFY(m_manager->FactorySoftReset(true, false));
         QCOMPARE(results, QList<QVariant>{false});
         QCOMPARE(take().constLast(), kSoftRefused);
+
+        (void)m_manager->FactorySoftReset(false, false); // the reboot failed, and the store is still frozen
+        QCOMPARE(take().constFirst(), u"log 2 SOFT FACTORY RESET started"_s);
     }
 
     void copiedValues_data()
