@@ -5,6 +5,8 @@
 #include "LogInterface.h"
 #include "libgpio.h"
 
+#include <csignal>
+
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -23,7 +25,9 @@ int modeSelect = 0;
 
 void recordPause(const QString& length)
 {
-    timeline().add(Timeline::Kind::Pause, length);
+    sigset_t blocked;
+    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    timeline().add(Timeline::Kind::Pause, sigismember(&blocked, SIGTERM) == 1 ? length : length + u" or a signal"_s);
     // A copy: what runs may set another one.
     if (const auto action = duringPause()) {
         action();
