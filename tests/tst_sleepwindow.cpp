@@ -150,6 +150,7 @@ private Q_SLOTS:
     {
         QVERIFY(start());
         QCOMPARE(arrange(u"fail freqmanager.SetWakeup status 1"_s), QString());
+        QCOMPARE(manager().SetSleepEnabled(false, QString(), QString()), 0); // counts for the window before alone
         QString begin;
         QString end;
         bool isEnabled = false;
