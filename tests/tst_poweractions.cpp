@@ -112,12 +112,6 @@ private Q_SLOTS:
         QVERIFY(qAbs(written.secsTo(QDateTime::currentDateTime())) < 60);
     }
 
-    void shutdown()
-    {
-        QCOMPARE(manager().Shutdown(u"user_btn"_s), 0);
-        QCOMPARE(take(), shuttingDown(u"user_btn"_s));
-    }
-
     void lowPowerLineShutsDown()
     {
         const QString name = u"power|atmega_low_power"_s;
