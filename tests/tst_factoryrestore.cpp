@@ -34,8 +34,7 @@ QStringList pattern(const QString& lastPause)
     return {on, wait, off, wait, on, lastPause, off};
 }
 
-/// What a reset does to the store, from the published table: "kind|group|key|value", of kind "mode" with a value more
-/// for the access point. What is kept is missing before.
+/// What a reset does to the store, by tests/data/factory-settings.txt. What is kept is missing before.
 QStringList writing(int mode)
 {
     QFile table(QStringLiteral(SOURCE_FOLDER "/tests/data/factory-settings.txt"));
@@ -43,7 +42,8 @@ QStringList writing(int mode)
         qFatal("%s: %s", qPrintable(table.fileName()), qPrintable(table.errorString()));
     }
     QStringList lines;
-    const QStringList rows = QString::fromUtf8(table.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    static const QRegularExpression kRow(u"^[^#]"_s);
+    const QStringList rows = QString::fromUtf8(table.readAll()).split(u'\n').filter(kRow);
     for (const QString& row : rows) {
         const QStringList columns = row.split(u'|');
         const QString place = columns.at(1) + u", "_s + columns.at(2);
