@@ -223,7 +223,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_folder.isValid() && QDir::setCurrent(m_folder.path()));
-        if (QCoreApplication::arguments().size() > 1) {
+        if (!QCoreApplication::arguments().mid(1).filter(u"cell"_s).isEmpty()) {
             return; // rows were asked for by name
         }
         // A process and a bus for each, so that the time-outs pass side by side.
@@ -279,6 +279,7 @@ private Q_SLOTS:
 
     void muteServices()
     {
+        QCOMPARE(m_mute.size(), qsizetype{std::size(kCalls)});
         for (QProcess* process : std::as_const(m_mute)) {
             QVERIFY(process->state() == QProcess::NotRunning || process->waitForFinished(60'000));
             const QByteArray output = process->readAllStandardOutput();
