@@ -50,29 +50,6 @@ private Q_SLOTS:
         QCOMPARE(take(), QStringList(3, u"log 1 Error opening "_s + QLatin1StringView(paths::cpuCounters())));
     }
 
-    void muteServiceCostsFiveSeconds_data()
-    {
-        const Table<QString, QString> row("method", "outcome");
-        row("RGB LEDs", u"rgbfeaturemanager.Disable"_s, u"log 1 Error turning rgb 1"_s);
-        row("sound", u"soundmanager.SetMasterVolume"_s, u"log 2 Error restoring master volume"_s);
-        row("store", u"configmanager.GetStringValue"_s, u"log 2 Can't read SOUND/masterVolume"_s);
-    }
-
-    void muteServiceCostsFiveSeconds()
-    {
-        QFETCH(QString, method);
-        QFETCH(QString, outcome);
-        QVERIFY(start());
-        QCOMPARE(arrange(u"config SOUND masterVolume 1\nfail %1 mute"_s.arg(method)), QString());
-        QElapsedTimer clock;
-        clock.start();
-
-        QCOMPARE(method.startsWith(u"rgb") ? manager().Reboot(u"x"_s) : manager().Suspend(u"2024-03-08 07:30:00"_s), 0);
-
-        QVERIFY2(qAbs(clock.elapsed() - 5000) < 500, qPrintable(QString::number(clock.elapsed())));
-        QVERIFY(take().contains(outcome));
-    }
-
     void hangingScriptIsGivenUp()
     {
         const QString script = paths::clearDataScript();
