@@ -123,13 +123,14 @@ private Q_SLOTS:
     void signalDuringStartUpIsNotLost()
     {
         SimulatedDevice device(timeline());
-        QCOMPARE(device.run(u"fail statusmanager.GetStatus late 0.3"_s), QString());
+        QCOMPARE(device.run(u"fail statusmanager.GetStatus mute"_s), QString());
         Daemon daemon;
         QTRY_VERIFY(daemon.hasLine(u"PowerActions: 1"_s));
         QVERIFY(!isOnBus());
 
         daemon.terminate();
 
+        QCOMPARE(device.run(u"stop statusmanager"_s), QString()); // the call that it did not answer ends
         QTRY_COMPARE(daemon.fate(), u"exit 0"_s);
         QVERIFY(daemon.lines().constLast().endsWith(u": Succesfully terminated"));
     }
@@ -146,7 +147,7 @@ private Q_SLOTS:
         daemon.terminate();
 
         QCOMPARE(device.run(u"expect call freqmanager.Shutdown within 6\nexpect answer Shutdown 0"_s), QString());
-        QVERIFY2(clock.elapsed() > 4800, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(clock.elapsed() > 3000, qPrintable(QString::number(clock.elapsed())));
         QTRY_COMPARE(daemon.fate(), u"exit 0"_s);
     }
 

@@ -68,11 +68,13 @@ private Q_SLOTS:
     {
         QVERIFY(QFile::remove(QLatin1StringView(paths::cpuCounters()))); // which every sample reports
         LoadMonitor monitor(nullptr);
+        const qint64 begin = timeline().elapsedMs();
 
         QVERIFY(monitor.start());
 
-        QCOMPARE(run(u"wait 3.5"_s), QString());
-        QCOMPARE(take(), QStringList(3, u"log 1 Error opening "_s + QLatin1StringView(paths::cpuCounters())));
+        QTRY_VERIFY_WITH_TIMEOUT(timesOf(u"Error opening"_s).size() >= 3, 20'000);
+        const qint64 length = timesOf(u"Error opening"_s).at(2) - begin;
+        QVERIFY2(length > 2500 && length < 5500, qPrintable(QString::number(length)));
     }
 
     void hangingScriptIsGivenUp()
@@ -86,7 +88,7 @@ private Q_SLOTS:
 
         QVERIFY(manager.FactoryHardReset());
 
-        QVERIFY2(qAbs(clock.elapsed() - 30'000) < 1000, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(clock.elapsed() > 29'000 && clock.elapsed() < 45'000, qPrintable(QString::number(clock.elapsed())));
         const QStringList lines = take();
         QVERIFY(lines.contains(u"log 1 Clear data failed ...! Continuing anyway with SoftReset... "_s));
         QVERIFY(lines.constLast().startsWith(u"log 4 Succesfully Soft Reset! Rebooting..."));
