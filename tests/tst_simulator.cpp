@@ -13,7 +13,6 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTest>
 
 #include <cmath>
 
@@ -94,7 +93,6 @@ private Q_SLOTS:
         row("pattern that begins with off", u"expect pattern off 0.5"_s,
             u"found \"off 0.5\", expected a pattern such as on 0.5 off 0.5 on 2, "
             "without the last time for a line that stays on"_s);
-        row("no load", u"load 0 for 1"_s, u"found \"0\", expected a whole number from 1 to 100 for PERCENT"_s);
         row("no button", u"hold for 5"_s, u"found the end of the line, expected \"for\""_s);
         row("open quotation", u"note \"half"_s, u"found the end of the line, expected a closing quotation mark"_s);
         row("keyword in quotation marks", u"charge 5 \"over\" 3"_s, u"found \"over\", expected the end of the line"_s);
@@ -128,21 +126,18 @@ private Q_SLOTS:
 
     void faultsOnTheBus_data()
     {
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<QString>("signature");
-        QTest::addColumn<QString>("error");
+        const Table<QString, QString, QString> row("fault", "signature", "error");
         const QString noReply = u"org.freedesktop.DBus.Error.NoReply"_s;
-        QTest::newRow("none") << u"repair all"_s << u"iu"_s << QString();
-        QTest::newRow("error") << u"fail lightmanager.GetIntensity error"_s << u"s"_s
-                               << u"com.quillmark.zelt.Error.Failed"_s;
-        QTest::newRow("few") << u"fail lightmanager.GetIntensity few"_s << u"i"_s << QString();
-        QTest::newRow("many") << u"fail lightmanager.GetIntensity many"_s << u"ius"_s << QString();
-        QTest::newRow("types") << u"fail lightmanager.GetIntensity types"_s << u"ss"_s << QString();
-        QTest::newRow("late") << u"fail lightmanager.GetIntensity late 0.05"_s << u"iu"_s << QString();
-        QTest::newRow("mute") << u"fail lightmanager.GetIntensity mute"_s << u"s"_s << noReply;
-        QTest::newRow("dies") << u"fail lightmanager.GetIntensity dies"_s << u"s"_s << noReply;
-        QTest::newRow("stopped") << u"stop lightmanager"_s << u"s"_s << u"org.freedesktop.DBus.Error.ServiceUnknown"_s;
-        QTest::newRow("restarted") << u"restart lightmanager"_s << u"iu"_s << QString();
+        row("none", u"repair all"_s, u"iu"_s, {});
+        row("error", u"fail lightmanager.GetIntensity error"_s, u"s"_s, u"com.quillmark.zelt.Error.Failed"_s);
+        row("few", u"fail lightmanager.GetIntensity few"_s, u"i"_s, {});
+        row("many", u"fail lightmanager.GetIntensity many"_s, u"ius"_s, {});
+        row("types", u"fail lightmanager.GetIntensity types"_s, u"ss"_s, {});
+        row("late", u"fail lightmanager.GetIntensity late 0.05"_s, u"iu"_s, {});
+        row("mute", u"fail lightmanager.GetIntensity mute"_s, u"s"_s, noReply);
+        row("dies", u"fail lightmanager.GetIntensity dies"_s, u"s"_s, noReply);
+        row("stopped", u"stop lightmanager"_s, u"s"_s, u"org.freedesktop.DBus.Error.ServiceUnknown"_s);
+        row("restarted", u"restart lightmanager"_s, u"iu"_s, {});
     }
 
     void faultsOnTheBus()
@@ -213,21 +208,18 @@ private Q_SLOTS:
 
     void linesDoWhatTheySay_data()
     {
-        QTest::addColumn<QString>("lines");
-        QTest::addColumn<QString>("error");
-        QTest::newRow("frequency is told once")
-            << u"freq 250\nexpect signal freqmanager.FreqChanged 250\nexpect freq 250\n"
-               "freq 250\nexpect no signal freqmanager.FreqChanged"_s
-            << QString();
-        QTest::newRow("buttons are held") << u"hold reset_factory seek- for 0.02\n"
-                                             "expect signal gpeventmanager.GpEvent seek- true\n"
-                                             "expect signal gpeventmanager.GpEvent reset_factory false"_s
-                                          << QString();
-        QTest::newRow("key is forgotten")
-            << u"config A b \"\"\nexpect config A b \"\"\nforget A b\nexpect no config A b"_s << QString();
-        QTest::newRow("what was found")
-            << u"events 4\nexpect events 3 within 0"_s
-            << u"test:2: \"expect events 3 within 0\": expected events 3 within 0 s, found 4"_s;
+        const Table<QString, QString> row("lines", "error");
+        row("frequency is told once",
+            u"freq 250\nexpect signal freqmanager.FreqChanged 250\nexpect freq 250\n"
+            "freq 250\nexpect no signal freqmanager.FreqChanged"_s,
+            {});
+        row("buttons are held",
+            u"hold reset_factory seek- for 0.02\nexpect signal gpeventmanager.GpEvent seek- true\n"
+            "expect signal gpeventmanager.GpEvent reset_factory false"_s,
+            {});
+        row("key is forgotten", u"config A b \"\"\nexpect config A b \"\"\nforget A b\nexpect no config A b"_s, {});
+        row("what was found", u"events 4\nexpect events 3 within 0"_s,
+            u"test:2: \"expect events 3 within 0\": expected events 3 within 0 s, found 4"_s);
     }
 
     void linesDoWhatTheySay()
@@ -285,43 +277,31 @@ private Q_SLOTS:
 
     void program_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QByteArray>("input");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("output");
-        const QStringList none;
-        QTest::newRow("done") << none << QByteArray("charge 5\nexpect signal statusmanager.SystemStatus") << 0
-                              << u">        charge 5"_s;
-        QTest::newRow("expectation fails") << none << QByteArray("expect volume 7 within 0.01\ncharge 5\n") << 1
-                                           << u"standard input:1: \"expect volume 7 within 0.01\": expected volume 7"_s;
-        QTest::newRow("wrong line") << none << QByteArray("charge 5\nchrage 5\n") << 2
-                                    << u"standard input:2: \"chrage 5\": found \"chrage\""_s;
-        QTest::newRow("no such file") << QStringList{u"/nowhere.scenario"_s} << QByteArray() << 2
-                                      << u"/nowhere.scenario: No such file"_s;
-        QTest::newRow("wrong option") << QStringList{u"--quick"_s} << QByteArray() << 2 << u"--help"_s;
-        QTest::newRow("wrong service") << QStringList{u"--without"_s, u"radio"_s} << QByteArray() << 2
-                                       << u"found \"radio\", expected one of configmanager, eventmanager"_s;
-        QTest::newRow("wrong level") << QStringList{u"--level"_s, u"high"_s} << QByteArray() << 2
-                                     << u"found \"high\", expected a log level"_s;
-        QTest::newRow("no table") << QStringList{u"--csv"_s, u"/nowhere/table"_s} << QByteArray() << 2
-                                  << u"--csv: /nowhere/table: No such file"_s;
-        QTest::newRow("table") << QStringList{u"--csv"_s, u"/dev/stdout"_s} << QByteArray("freq 96\nplay \"a \\\"b\"")
-                               << 0 << u",96,\"play \"\"a \\\"\"b\"\"\"\n"_s;
-        QTest::newRow("load ends with the program") << none << QByteArray("load 100 for 600") << 0 << u"load 100"_s;
-        QTest::newRow("no such daemon") << QStringList{u"--run"_s, u"/nowhere"_s} << QByteArray() << 3
-                                        << u"can't start /nowhere"_s;
-        QTest::newRow("daemon without a name")
-            << QStringList{u"--run"_s, QString()} << QByteArray() << 3 << u"can't start "_s;
-        QTest::newRow("daemon ends on its own")
-            << QStringList{u"--run"_s, u"/bin/false"_s} << QByteArray() << 1 << u"ended on its own, with status 1"_s;
         const QString crashing = QStringLiteral(ZELT_ROOT "/crashing");
         writeFile(crashing, "#!/bin/sh\ntrap 'exit 3' TERM\n"
                             "dbus-send --print-reply --dest=com.quillmark.zelt.freqmanager "
                             "/com/quillmark/zelt/freqmanager/freqobj com.quillmark.zelt.freqinterface.Reboot\n");
         QFile::setPermissions(crashing, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        QTest::newRow("daemon crashes at a restart")
-            << QStringList{u"--run"_s, crashing} << QByteArray() << 1 << u"was asked to end, and ended with status 3"_s;
-        QTest::newRow("help") << none << QByteArray("help expect log\n") << 0 << u"expect log TEXT [within WITHIN]"_s;
+        const Table<QStringList, QByteArray, int, QString> row("arguments", "input", "status", "output");
+        row("done", {}, "charge 5\nexpect signal statusmanager.SystemStatus", 0, u">        charge 5"_s);
+        row("expectation fails", {}, "expect volume 7 within 0.01\ncharge 5\n", 1,
+            u"standard input:1: \"expect volume 7 within 0.01\": expected volume 7"_s);
+        row("wrong line", {}, "charge 5\nchrage 5\n", 2, u"standard input:2: \"chrage 5\": found \"chrage\""_s);
+        row("no such file", {u"/nowhere.scenario"_s}, "", 2, u"/nowhere.scenario: No such file"_s);
+        row("wrong option", {u"--quick"_s}, "", 2, u"--help"_s);
+        row("wrong service", {u"--without"_s, u"radio"_s}, "", 2,
+            u"found \"radio\", expected one of configmanager, eventmanager"_s);
+        row("wrong level", {u"--level"_s, u"high"_s}, "", 2, u"found \"high\", expected a log level"_s);
+        row("no table", {u"--csv"_s, u"/nowhere/table"_s}, "", 2, u"--csv: /nowhere/table: No such file"_s);
+        row("table", {u"--csv"_s, u"/dev/stdout"_s}, "freq 96\nplay \"a \\\"b\"", 0,
+            u",96,\"play \"\"a \\\"\"b\"\"\"\n"_s);
+        row("load ends with the program", {}, "load 100 for 600", 0, u"load 100"_s);
+        row("no such daemon", {u"--run"_s, u"/nowhere"_s}, "", 3, u"can't start /nowhere"_s);
+        row("daemon without a name", {u"--run"_s, QString()}, "", 3, u"can't start "_s);
+        row("daemon ends on its own", {u"--run"_s, u"/bin/false"_s}, "", 1, u"ended on its own, with status 1"_s);
+        row("daemon crashes at a restart", {u"--run"_s, crashing}, "", 1,
+            u"was asked to end, and ended with status 3"_s);
+        row("help", {}, "help expect log\n", 0, u"expect log TEXT [within WITHIN]"_s);
     }
 
     void program()
