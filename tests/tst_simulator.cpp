@@ -263,15 +263,19 @@ private Q_SLOTS:
     {
         SimulatedDevice device(timeline());
         const QDir folder(QStringLiteral(SOURCE_FOLDER "/simulator/scenarios"));
-        const QStringList names = folder.entryList({u"*.scenario"_s});
+        const QStringList names = folder.entryList({u"*.scenario"_s}) + QStringList{u"../../README.md"_s};
         QVERIFY(names.contains(u"battery-day.scenario"_s));
         for (const QString& name : names) {
             QFile file(folder.filePath(name));
             QVERIFY(file.open(QIODevice::ReadOnly));
+            QString text = QString::fromUtf8(file.readAll());
+            if (name.endsWith(u".md")) { // its example
+                text = text.mid(text.indexOf(u"\ncharge 40 ")).section(u"```"_s, 0, 0);
+            }
             QString error;
-            device.invoke([&file, &error, &name](Simulator& simulator) {
+            device.invoke([&text, &error, &name](Simulator& simulator) {
                 ScenarioRunner runner(simulator, nullptr);
-                (void)runner.load(QString::fromUtf8(file.readAll()), name, 1, &error); // checked by its message
+                (void)runner.load(text, name, 1, &error); // checked by its message
             });
             QCOMPARE(error, QString());
         }
