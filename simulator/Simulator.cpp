@@ -46,6 +46,8 @@ Simulator::Simulator(Timeline& timeline, const QString& root, const QString& gpi
 Simulator::~Simulator()
 {
     QDBusConnection::disconnectFromBus(m_observerName);
+    // Not as children: those end after the members, among them the catalogue whose names they give back to the bus.
+    qDeleteAll(m_services);
 }
 
 bool Simulator::prepareFiles(QString* error)
