@@ -67,9 +67,9 @@ private:
     QByteArray m_output;
 };
 
-bool isOnBus()
+bool isOnBus(const QDBusConnection& bus = QDBusConnection::sessionBus())
 {
-    return QDBusConnection::sessionBus().interface()->isServiceRegistered(kService);
+    return bus.interface()->isServiceRegistered(kService);
 }
 
 QDBusMessage call(const QString& interface, const QString& method, const QVariantList& arguments = {})
@@ -194,8 +194,10 @@ private Q_SLOTS:
         QProcess bus;
         bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
         QVERIFY(bus.waitForReadyRead());
-        Daemon daemon(QString::fromLatin1(bus.readAllStandardOutput().trimmed()));
-        QTRY_VERIFY(daemon.hasLine(u"PowerManager config loaded"_s));
+        const QString address = QString::fromLatin1(bus.readAllStandardOutput().trimmed());
+        Daemon daemon(address);
+        QTRY_VERIFY(isOnBus(QDBusConnection::connectToBus(address, u"lost"_s))); // the last of its start's calls
+        QDBusConnection::disconnectFromBus(u"lost"_s);
 
         bus.kill();
 
