@@ -244,6 +244,10 @@ private Q_SLOTS:
         const bool isMuteAskedFor = QCoreApplication::arguments().value(1).contains(u": mute");
         for (const Call& call : kCalls) {
             for (const FaultRow& fault : kFaults) {
+                // Under memcheck, thousands of signals may take longer than the call's time-out.
+                if (TIME_FACTOR > 1 && qstrcmp(fault.name, "floods") == 0) {
+                    continue;
+                }
                 // Those that cost a time-out run only when they are asked for by name: see initTestCase().
                 if (isMuteAskedFor || qstrcmp(fault.name, "mute") != 0) {
                     QTest::addRow("%s by %s: %s", call.method, call.operation->name, fault.name) << &call << &fault;

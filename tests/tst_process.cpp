@@ -23,6 +23,10 @@ const QLatin1StringView kInterface("com.quillmark.zelt.powerinterface");
 const QLatin1StringView kService(kServiceName);
 const QLatin1StringView kPath(kObjectPath);
 
+/// How long a process may take to start or to end.
+constexpr int kPatienceMs = 5000 * TIME_FACTOR;
+const QString kDaemonUp = u"expect daemon up within %1"_s.arg(kPatienceMs / 1000);
+
 /// The real executable, started, with all that it printed.
 class Daemon : public QProcess
 {
@@ -104,11 +108,11 @@ private Q_SLOTS:
     {
         QFETCH(int, signalNumber);
         Daemon daemon;
-        QTRY_VERIFY(isOnBus());
+        QTRY_VERIFY_WITH_TIMEOUT(isOnBus(), kPatienceMs);
 
         ::kill(static_cast<pid_t>(daemon.processId()), signalNumber);
 
-        QTRY_COMPARE(daemon.fate(), u"exit 0"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(daemon.fate(), u"exit 0"_s, kPatienceMs);
         QVERIFY(!isOnBus());
         const QStringList lines = daemon.lines();
         const QString form =
@@ -125,13 +129,13 @@ private Q_SLOTS:
         SimulatedDevice device(timeline());
         QCOMPARE(device.run(u"fail statusmanager.GetStatus mute"_s), QString());
         Daemon daemon;
-        QTRY_VERIFY(daemon.hasLine(u"PowerActions: 1"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(daemon.hasLine(u"PowerActions: 1"_s), kPatienceMs);
         QVERIFY(!isOnBus());
 
         daemon.terminate();
 
         QCOMPARE(device.run(u"stop statusmanager"_s), QString()); // the call that it did not answer ends
-        QTRY_COMPARE(daemon.fate(), u"exit 0"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(daemon.fate(), u"exit 0"_s, kPatienceMs);
         QVERIFY(daemon.lines().constLast().endsWith(u": Succesfully terminated"));
     }
 
@@ -139,8 +143,8 @@ private Q_SLOTS:
     {
         SimulatedDevice device(timeline());
         Daemon daemon;
-        QCOMPARE(device.run(u"expect daemon up within 5\ncall Shutdown x\nexpect signal PowerEvent shutdown x"_s),
-                 QString());
+        QCOMPARE(device.run(kDaemonUp), QString());
+        QCOMPARE(device.run(u"call Shutdown x\nexpect signal PowerEvent shutdown x"_s), QString());
         QElapsedTimer clock;
         clock.start();
 
@@ -148,17 +152,17 @@ private Q_SLOTS:
 
         QCOMPARE(device.run(u"expect call freqmanager.Shutdown within 6\nexpect answer Shutdown 0"_s), QString());
         QVERIFY2(clock.elapsed() > 3000, qPrintable(QString::number(clock.elapsed())));
-        QTRY_COMPARE(daemon.fate(), u"exit 0"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(daemon.fate(), u"exit 0"_s, kPatienceMs);
     }
 
     void secondInstanceEnds()
     {
         Daemon daemon;
-        QTRY_VERIFY(isOnBus());
+        QTRY_VERIFY_WITH_TIMEOUT(isOnBus(), kPatienceMs);
 
         Daemon second;
 
-        QTRY_COMPARE(second.fate(), u"exit 255"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(second.fate(), u"exit 255"_s, kPatienceMs);
         QVERIFY(second.hasLine(u"PowerManager config loaded"_s)); // init() has run
         QVERIFY(second.lines().constLast().startsWith(u"1 /com/quillmark/zelt/powermanager/powerobj "));
         QVERIFY(second.lines().constLast().endsWith(
@@ -170,7 +174,7 @@ private Q_SLOTS:
     {
         Daemon daemon(u"unix:path=/nowhere"_s);
 
-        QTRY_COMPARE(daemon.fate(), u"exit 255"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(daemon.fate(), u"exit 255"_s, kPatienceMs);
         QCOMPARE(daemon.lines().size(), 2);
         QVERIFY(daemon.lines().constLast().startsWith(u"1 /com/quillmark/zelt/powermanager/powerobj "));
         QVERIFY(daemon.lines().constLast().endsWith(u": DBUS: Can't connect to dbus session. Exiting... "));
@@ -181,12 +185,12 @@ private Q_SLOTS:
         QProcess shell;
         shell.start(u"sh"_s, {u"-c"_s, u"\"$0\" 2>&1 | head -n 1"_s, QStringLiteral(POWERMANAGER_PROGRAM)});
 
-        QTRY_VERIFY(isOnBus());
+        QTRY_VERIFY_WITH_TIMEOUT(isOnBus(), kPatienceMs);
         QCOMPARE(call(kInterface, u"SetAutoscalingEnabled"_s, {true}).arguments(), QVariantList{0});
         QCOMPARE(call(kInterface, u"IsAutoscalingEnabled"_s).arguments(), (QVariantList{0, true}));
 
         ::kill(static_cast<pid_t>(QDBusConnection::sessionBus().interface()->servicePid(kService)), SIGTERM);
-        QVERIFY(shell.waitForFinished());
+        QVERIFY(shell.waitForFinished(kPatienceMs));
     }
 
     void lostBusEndsIt()
@@ -196,12 +200,13 @@ private Q_SLOTS:
         QVERIFY(bus.waitForReadyRead());
         const QString address = QString::fromLatin1(bus.readAllStandardOutput().trimmed());
         Daemon daemon(address);
-        QTRY_VERIFY(isOnBus(QDBusConnection::connectToBus(address, u"lost"_s))); // the last of its start's calls
+        // The last of its start's calls.
+        QTRY_VERIFY_WITH_TIMEOUT(isOnBus(QDBusConnection::connectToBus(address, u"lost"_s)), kPatienceMs);
         QDBusConnection::disconnectFromBus(u"lost"_s);
 
         bus.kill();
 
-        QTRY_COMPARE(daemon.fate(), u"exit 255"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(daemon.fate(), u"exit 255"_s, kPatienceMs);
         QCOMPARE(daemon.lines().filter(QRegularExpression(u"^1 "_s)).size(), 1);
         QVERIFY(daemon.lines().constLast().endsWith(u": Succesfully terminated"));
         bus.waitForFinished();
@@ -215,7 +220,7 @@ private Q_SLOTS:
         const qsizetype begin = published.indexOf(u"<interface ");
         const QLatin1StringView end("</interface>");
         Daemon daemon;
-        QTRY_VERIFY(isOnBus());
+        QTRY_VERIFY_WITH_TIMEOUT(isOnBus(), kPatienceMs);
 
         const QDBusMessage reply = call(u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s);
 
@@ -242,7 +247,7 @@ private Q_SLOTS:
     {
         SimulatedDevice device(timeline());
         Daemon daemon;
-        QCOMPARE(device.run(u"expect daemon up within 5"_s), QString());
+        QCOMPARE(device.run(kDaemonUp), QString());
 
         QCOMPARE(call(kInterface, u"IsAutoscalingEnabled"_s).arguments(), (QVariantList{0, false}));
         QCOMPARE(call(kInterface, u"CurrentPowerZone"_s).signature(), u"is"_s);

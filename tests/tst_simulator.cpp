@@ -49,7 +49,7 @@ Run runProgram(const QStringList& arguments, const QByteArray& input = {})
     process.start(QStringLiteral(SIMULATOR_PROGRAM), arguments);
     process.write(input);
     process.closeWriteChannel();
-    const bool isFinished = process.waitForFinished();
+    const bool isFinished = process.waitForFinished(10'000 * TIME_FACTOR);
     const int status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     return {isFinished ? status : -2, QString::fromLocal8Bit(process.readAll())};
 }
