@@ -78,6 +78,9 @@ int main(int argc, char** argv)
         return -1;
     }
     const SessionBusWatch busWatch(bus);
+    // Until Qt has served an event that it has posted itself, it holds back what comes over a new connection: signals
+    // would arrive out of order, and a call that waits while the bus goes away would wait for ever.
+    QCoreApplication::sendPostedEvents();
 
     // Left alone where start-up fails: the process is about to end, and its clients with it.
     auto* powerManager = new PowerManager(kObjectPath);

@@ -8,6 +8,7 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusVirtualObject>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
@@ -69,6 +70,21 @@ public:
 
 private:
     QByteArray m_output;
+};
+
+/// Answers no call.
+class MuteObject : public QDBusVirtualObject
+{
+public:
+    QString introspect(const QString&) const override
+    {
+        return {};
+    }
+
+    bool handleMessage(const QDBusMessage&, const QDBusConnection&) override
+    {
+        return true;
+    }
 };
 
 bool isOnBus(const QDBusConnection& bus = QDBusConnection::sessionBus())
@@ -193,23 +209,35 @@ private Q_SLOTS:
         QVERIFY(shell.waitForFinished(kPatienceMs));
     }
 
+    void lostBusEndsIt_data()
+    {
+        const Table<bool, QString> row("isWaiting", "lastLine");
+        row("idle", false, u": Succesfully terminated"_s);
+        row("during a call of its start", true, u"Can't register service on session bus [%1]"_s.arg(kService));
+    }
+
     void lostBusEndsIt()
     {
+        QFETCH(bool, isWaiting);
+        QFETCH(QString, lastLine);
         QProcess bus;
         bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
         QVERIFY(bus.waitForReadyRead());
         const QString address = QString::fromLatin1(bus.readAllStandardOutput().trimmed());
+        QDBusConnection connection = QDBusConnection::connectToBus(address, u"lost"_s);
+        MuteObject mute;
+        QVERIFY(connection.registerVirtualObject(u"/com"_s, &mute, QDBusConnection::SubPath));
+        QVERIFY(!isWaiting || connection.registerService(kStatusService.busName));
         Daemon daemon(address);
-        // The last of its start's calls.
-        QTRY_VERIFY_WITH_TIMEOUT(isOnBus(QDBusConnection::connectToBus(address, u"lost"_s)), kPatienceMs);
-        QDBusConnection::disconnectFromBus(u"lost"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(isWaiting ? daemon.hasLine(u"PowerActions: 1"_s) : isOnBus(connection), kPatienceMs);
 
         bus.kill();
 
         QTRY_COMPARE_WITH_TIMEOUT(daemon.fate(), u"exit 255"_s, kPatienceMs);
         QCOMPARE(daemon.lines().filter(QRegularExpression(u"^1 "_s)).size(), 1);
-        QVERIFY(daemon.lines().constLast().endsWith(u": Succesfully terminated"));
+        QVERIFY2(daemon.lines().constLast().endsWith(lastLine), qPrintable(daemon.lines().constLast()));
         bus.waitForFinished();
+        QDBusConnection::disconnectFromBus(u"lost"_s);
     }
 
     void onlyThePublishedInterfaceIsServed()
