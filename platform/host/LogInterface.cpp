@@ -2,12 +2,14 @@
 // SPDX-License-Identifier: MIT
 #include "LogInterface.h"
 
+#include <QVarLengthArray>
+
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <string>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -44,23 +46,31 @@ char syslogPriority(unsigned int level)
     }
 }
 
+/// A line as it grows: most never need the heap.
+using Line = QVarLengthArray<char, 1024>;
+
+void append(Line& line, const char* text)
+{
+    line.append(text, static_cast<qsizetype>(std::strlen(text)));
+}
+
 /// Appends a text with its control characters escaped, so that no text from outside can start a line of its own.
-void appendEscaped(std::string& line, const char* text)
+void appendEscaped(Line& line, const char* text)
 {
     for (const char* at = text; *at != '\0'; ++at) {
         const auto byte = static_cast<unsigned char>(*at);
         if (byte == '\n') {
-            line += "\\n";
+            append(line, "\\n");
         } else if (byte == '\t') {
-            line += "\\t";
+            append(line, "\\t");
         } else if (byte == '\r') {
-            line += "\\r";
+            append(line, "\\r");
         } else if (byte < 0x20 || byte == 0x7f) {
             std::array<char, 5> escape = {};
             (void)std::snprintf(escape.data(), escape.size(), "\\x%02x", static_cast<unsigned int>(byte));
-            line += escape.data();
+            append(line, escape.data());
         } else {
-            line += *at;
+            line.append(*at);
         }
     }
 }
@@ -78,21 +88,21 @@ LogInterface::~LogInterface() = default;
 
 void LogInterface::EmitLogString(unsigned int level, const char* text, const char* objectPath)
 {
-    std::string line;
-    line.reserve(std::strlen(text) + std::strlen(objectPath) + 32);
+    Line line;
     if (d->isJournal) {
-        line += '<';
-        line += syslogPriority(level);
-        line += '>';
+        line.append('<');
+        line.append(syslogPriority(level));
+        line.append('>');
     }
     std::array<char, 16> number = {};
-    line.append(number.data(), std::to_chars(number.data(), number.data() + number.size(), level).ptr);
-    line += ' ';
+    const char* end = std::to_chars(number.data(), number.data() + number.size(), level).ptr;
+    line.append(number.data(), end - number.data());
+    line.append(' ');
     appendEscaped(line, objectPath);
-    line += ' ';
+    line.append(' ');
     appendEscaped(line, text);
-    line += '\n';
+    line.append('\n');
     // One write a line: lines of several processes on one pipe or terminal never mix.
-    while (::write(STDERR_FILENO, line.data(), line.size()) < 0 && errno == EINTR) {
+    while (::write(STDERR_FILENO, line.data(), static_cast<std::size_t>(line.size())) < 0 && errno == EINTR) {
     }
 }

@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: MIT
 #include "libgpio.h"
 
+#include <QByteArray>
+#include <QStringBuilder>
+
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <string>
-#include <string_view>
+#include <cstddef>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,7 +23,7 @@ namespace {
 class GpioFile
 {
 public:
-    GpioFile(const std::string& path, int flags) : m_fd(::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK))
+    GpioFile(const QByteArray& path, int flags) : m_fd(::open(path.constData(), flags | O_CLOEXEC | O_NONBLOCK))
     {
         m_error = m_fd < 0 ? -errno : 0;
     }
@@ -36,16 +37,16 @@ public:
     GpioFile& operator=(const GpioFile&) = delete;
 
     /// Writes a text at the start of the file; 0 or a negative errno.
-    [[nodiscard]] int write(std::string_view text) const
+    [[nodiscard]] int write(QByteArrayView text) const
     {
         if (m_error != 0) {
             return m_error;
         }
-        const ssize_t written = ::write(m_fd, text.data(), text.size());
+        const ssize_t written = ::write(m_fd, text.data(), static_cast<std::size_t>(text.size()));
         if (written < 0) {
             return -errno;
         }
-        return static_cast<std::size_t>(written) == text.size() ? 0 : -EIO;
+        return written == text.size() ? 0 : -EIO;
     }
 
     /// Reads a whole number at the start of the file; 0 or a negative errno.
@@ -74,9 +75,9 @@ private:
     int m_error;
 };
 
-std::string lineFile(int line, const char* name)
+QByteArray lineFile(int line, const char* name)
 {
-    return ZELT_GPIO_ROOT "/gpio" + std::to_string(line) + '/' + name;
+    return QByteArrayLiteral(ZELT_GPIO_ROOT "/gpio") + QByteArray::number(line) + '/' + name;
 }
 
 /// Makes the kernel show a line that it does not show yet; returns whether it had to. A failure is left to the access
@@ -84,10 +85,10 @@ std::string lineFile(int line, const char* name)
 bool exportIfMissing(int line)
 {
     struct stat info = {};
-    if (::stat(lineFile(line, "").c_str(), &info) == 0) {
+    if (::stat(lineFile(line, "").constData(), &info) == 0) {
         return false;
     }
-    return GpioFile(ZELT_GPIO_ROOT "/export", O_WRONLY).write(std::to_string(line)) == 0;
+    return GpioFile(ZELT_GPIO_ROOT "/export", O_WRONLY).write(QByteArray::number(line)) == 0;
 }
 
 } // namespace
