@@ -28,8 +28,7 @@ namespace {
 
 // Exit statuses.
 constexpr int kDone = 0;
-constexpr int kFailed =
-    1; ///< an expectation did not come true, or the power daemon did not come up or end as it should
+constexpr int kFailed = 1;   ///< an expectation did not come true, or the power daemon failed
 constexpr int kBadInput = 2; ///< an option or a line is wrong
 constexpr int kNoGround = 3; ///< no session bus, a name taken, a program that can't be started
 
@@ -56,11 +55,9 @@ constexpr char kDescription[] =
     "  device-simulator --without soundmanager --stay battery.scenario\n"
     "      all services but the sound manager, on the bus one has, until SIGTERM\n"
     "\n"
-    "Exit status: 0 done; 1 an expectation did not come true, or the power daemon did not come up, ended on its own or "
-    "with\n"
-    "another status than 0; 2 a wrong option or line; 3 no session bus, a service's name is taken, or the power "
-    "daemon\n"
-    "can't be started.";
+    "Exit status: 0 done; 1 an expectation did not come true, or the power daemon did not come up, ended on its\n"
+    "own or with another status than 0; 2 a wrong option or line; 3 no session bus, a service's name is taken, or\n"
+    "the power daemon can't be started.";
 
 void printError(const QString& text)
 {
