@@ -3,6 +3,7 @@
 // The benchmark library registers by global objects.
 // clazy:excludeall=non-pod-global-static
 #include "ActionManager.h"
+#include "ZoneFile.h"
 
 #include <QTemporaryFile>
 
@@ -14,18 +15,14 @@ namespace {
 void loadZones(benchmark::State& state)
 {
     const auto count = static_cast<int>(state.range(0));
+    const QByteArray content = makeZoneFile(count);
     for (auto _ : state) {
         state.PauseTiming(); // another file each time: Qt keeps what it has read for files it has seen
         QTemporaryFile file;
-        if (!file.open()) {
+        if (!file.open() || file.write(content) < 0 || !file.flush()) {
             state.SkipWithError("no temporary file");
             return;
         }
-        for (int i = 0; i < count; ++i) {
-            file.write("[Zone" + QByteArray::number(i) + "]\nlow_treshold=" + QByteArray::number(i % 90) +
-                       "\nhigh_treshold=" + QByteArray::number(i % 90 + 1 + i % 10) + "\nvolume=80\nlight=60\n");
-        }
-        file.close();
         ActionManager manager(nullptr);
         state.ResumeTiming();
 
