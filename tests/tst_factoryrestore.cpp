@@ -353,15 +353,17 @@ private Q_SLOTS:
 
     void copiedValues_data()
     {
-        const Table<QString, bool, QStringList> row("before", "isCopied", "log");
+        const Table<QString, bool, QString, QStringList> row("before", "isCopied", "after", "log");
+        const QString none = u"expect no config TO key"_s;
         const QString missing = u"log 2 Can't find FROM/key, using default (d)"_s;
-        row("found", u"config FROM key v"_s, true, {u"log 4 Successfully copied value 'v' from FROM/key to TO/key"_s});
-        row("missing", QString(), true,
+        row("found", u"config FROM key v"_s, true, u"expect config TO key v"_s,
+            {u"log 4 Successfully copied value 'v' from FROM/key to TO/key"_s});
+        row("missing", QString(), true, u"expect config TO key d"_s,
             {missing, u"log 4 Successfully initialized default value FROM/key=d"_s,
              u"log 4 Successfully set default value TO/key=d"_s});
-        row("unwritable", u"config FROM key v\nfail configmanager.SetStringValue error"_s, false,
+        row("unwritable", u"config FROM key v\nfail configmanager.SetStringValue error"_s, false, none,
             {u"log 1 Can't write TO/key=v"_s});
-        row("missing and unwritable", u"fail configmanager.SetStringValue status 1"_s, false,
+        row("missing and unwritable", u"fail configmanager.SetStringValue status 1"_s, false, none,
             {missing, u"log 2 Failed to initialize default value FROM/key=d"_s, u"log 1 Can't write TO/key=d"_s});
     }
 
@@ -374,6 +376,8 @@ private Q_SLOTS:
         QTEST(m_manager->CopyConfigValue(store, u"key"_s, u"FROM"_s, u"TO"_s, u"d"_s), "isCopied");
 
         QTEST(take().filter(QRegularExpression(u"^log"_s)), "log");
+        QFETCH(QString, after);
+        QCOMPARE(run(after), QString());
     }
 
     void buttonsReachTheResetAndItsRebootFollows()
