@@ -223,7 +223,7 @@ private Q_SLOTS:
         row("both above", u"volume 90\nlight 61\ncharge 40"_s, lowered);
         row("unreadable counts as loud",
             u"volume 1\nlight 1\nfail soundmanager.GetStatus error\nfail lightmanager.GetIntensity error\ncharge 40"_s,
-            lowered);
+            u"expect log \"MasterVolume =128.0\"\nexpect log \"Light Intensity =100\"\n"_s + lowered);
         row("equal stays", u"volume 80\nlight 60\ncharge 40"_s, left);
         row("below stays", u"volume 60.5\nlight 0\ncharge 16"_s, left);
         row("no light ceiling, no question", u"charge 15"_s,
