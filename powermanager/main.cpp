@@ -89,11 +89,15 @@ int main(int argc, char** argv)
         return -1;
     }
     auto* adaptor = new PowerManagerAdaptor(powerManager);
+    // The object is there before the name is: a call that comes with the name is served. A name that is taken is told
+    // of first all the same.
+    const bool isServed =
+        bus.registerObject(QString::fromLatin1(kObjectPath), powerManager, QDBusConnection::ExportAdaptors);
     if (!bus.registerService(QString::fromLatin1(kServiceName))) {
         POWER_LOG(LogLevel::Error, "DBUS: Can't register service on session bus [%s]", kServiceName);
         return -1;
     }
-    if (!bus.registerObject(QString::fromLatin1(kObjectPath), powerManager, QDBusConnection::ExportAdaptors)) {
+    if (!isServed) {
         POWER_LOG(LogLevel::Error, "DBUS: Can't register object on session bus [%s]", kObjectPath);
         return -1;
     }
