@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "FrequencyLadder.h"
 #include "LoadMonitor.h"
-#include "Paths.h"
 #include "PowerManagerFixture.h"
 
 #include <QDir>
@@ -105,13 +104,12 @@ private Q_SLOTS:
         for (const int load : std::as_const(loads)) {
             const qsizetype before = emitted.size();
             if (load < 0) {
-                QFile::remove(QLatin1StringView(paths::cpuCounters()));
+                QFile::remove(cpuCounters());
             } else {
                 total += 100;
                 busy += load;
-                writeFile(QLatin1StringView(paths::cpuCounters()), "cpu  " + QByteArray::number(busy) + " 0 0 " +
-                                                                       QByteArray::number(total - busy) +
-                                                                       " 0 0 0 0 0 0\ncpu0 1\n");
+                writeFile(cpuCounters(), "cpu  " + QByteArray::number(busy) + " 0 0 " +
+                                             QByteArray::number(total - busy) + " 0 0 0 0 0 0\ncpu0 1\n");
             }
 
             QVERIFY(QMetaObject::invokeMethod(&monitor, "updateLoadValue"));
@@ -125,13 +123,12 @@ private Q_SLOTS:
     void unreadableCountersAreReported()
     {
         LoadMonitor monitor(nullptr);
-        writeFile(QLatin1StringView(paths::cpuCounters()), "cpu  1 2 3 4 5 6 7 8 9\nintr 1 2\n");
+        writeFile(cpuCounters(), "cpu  1 2 3 4 5 6 7 8 9\nintr 1 2\n");
         QCOMPARE(monitor.getLoad(), -1);
-        QVERIFY(QFile::remove(QLatin1StringView(paths::cpuCounters())));
+        QVERIFY(QFile::remove(cpuCounters()));
         QCOMPARE(monitor.getLoad(), -1);
-        QCOMPARE(take(), (QStringList{u"log 1 Error reading %1. Expected 11 values, got 10"_s.arg(
-                                          QLatin1StringView(paths::cpuCounters())),
-                                      u"log 1 Error opening "_s + QLatin1StringView(paths::cpuCounters())}));
+        QCOMPARE(take(), (QStringList{u"log 1 Error reading %1. Expected 11 values, got 10"_s.arg(cpuCounters()),
+                                      u"log 1 Error opening "_s + cpuCounters()}));
     }
 
     void ladder()

@@ -66,7 +66,7 @@ private Q_SLOTS:
 
     void loadIsSampledOnceASecond()
     {
-        QVERIFY(QFile::remove(QLatin1StringView(paths::cpuCounters()))); // which every sample reports
+        QVERIFY(QFile::remove(cpuCounters())); // which every sample reports
         LoadMonitor monitor(nullptr);
         const qint64 begin = timeline().elapsedMs();
 

@@ -31,13 +31,12 @@ void PowerManagerFixture::init()
     (void)QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
     QTest::failOnWarning(QRegularExpression(u".*"_s));
-    const QString cpuCounters = QString::fromLatin1(paths::cpuCounters());
-    for (const QString& file : {paths::zoneFile(), paths::lastActionFile(), paths::clearDataScript(), cpuCounters}) {
+    for (const QString& file : {paths::zoneFile(), paths::lastActionFile(), paths::clearDataScript(), cpuCounters()}) {
         const QString folder = QFileInfo(file).path();
         QDir(folder).removeRecursively();
         QDir().mkpath(folder);
     }
-    writeFile(cpuCounters, "cpu  0 0 0 0 0 0 0 0 0 0\n"); // an idle CPU
+    writeFile(cpuCounters(), "cpu  0 0 0 0 0 0 0 0 0 0\n"); // an idle CPU
     setModeSelect(0);
     m_device = std::make_unique<SimulatedDevice>(timeline());
     timeline().clear();
@@ -87,6 +86,11 @@ SimulatedDevice& PowerManagerFixture::device()
 PowerManager& PowerManagerFixture::manager()
 {
     return *m_manager;
+}
+
+QString PowerManagerFixture::cpuCounters()
+{
+    return QString::fromLatin1(paths::cpuCounters());
 }
 
 QString PowerManagerFixture::run(const QString& lines)

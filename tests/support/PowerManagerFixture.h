@@ -29,6 +29,9 @@ protected:
     [[nodiscard]] SimulatedDevice& device();
     [[nodiscard]] PowerManager& manager();
 
+    /// The file in place of the kernel's CPU time counters.
+    [[nodiscard]] static QString cpuCounters();
+
     /// As SimulatedDevice::run().
     [[nodiscard]] QString run(const QString& lines);
     /// As run(), and forgets what came of it.
