@@ -3,7 +3,7 @@
 #include "Program.h"
 
 #include "Error.h"
-#include "InterfaceDescription.h"
+#include "Catalogue.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>

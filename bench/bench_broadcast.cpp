@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 // The benchmark library registers by global objects.
 // clazy:excludeall=non-pod-global-static
+#include "Catalogue.h"
 #include "DBusValues.h"
 #include "Names.h"
 #include "Paths.h"

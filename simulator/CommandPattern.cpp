@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "CommandPattern.h"
 
-#include "InterfaceDescription.h"
+#include "Catalogue.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -5,7 +5,7 @@
 #include "Device.h"
 #include "DeviceFiles.h"
 #include "GpioLines.h"
-#include "InterfaceDescription.h"
+#include "Catalogue.h"
 #include "LoadGenerator.h"
 #include "SimulatedService.h"
 #include "Timeline.h"

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "InterfaceDescription.h"
+#include "Catalogue.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

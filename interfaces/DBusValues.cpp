@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "DBusValues.h"
 
+#include <QJsonObject>
 #include <QMetaType>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace {
 
@@ -100,6 +103,55 @@ QStringList toTexts(const QVariantList& values)
         texts.append(toText(value));
     }
     return texts;
+}
+
+QJsonValue toJson(const QVariant& value)
+{
+    if (value.typeId() == QMetaType::UChar) {
+        return static_cast<int>(value.toUInt());
+    }
+    if (value.typeId() == QMetaType::Double && !std::isfinite(value.toDouble())) {
+        return value.toString();
+    }
+    // Beyond the range that a JSON number of Qt's holds exactly.
+    if (value.typeId() == QMetaType::ULongLong &&
+        value.toULongLong() > qulonglong{std::numeric_limits<qint64>::max()}) {
+        return value.toString();
+    }
+    return QJsonValue::fromVariant(value);
+}
+
+QVariant fromJson(const QJsonValue& value, const QString& type)
+{
+    const QMetaType::Type id = basicType(type).id;
+    if (value.isBool() != (id == QMetaType::Bool)) {
+        return {};
+    }
+    if (id == QMetaType::QString) {
+        return value.isString() ? QVariant(value.toString()) : QVariant();
+    }
+    if (value.isDouble() && id != QMetaType::Double) {
+        // As text: a fraction, or a number beyond the type's range, is then no such number.
+        const QVariant whole = value.toVariant();
+        return convert(whole.toString(), type);
+    }
+    return convert(value.isString() ? QVariant(value.toString()) : value.toVariant(), type);
+}
+
+QJsonArray toJson(const QVariantList& values, const QList<ArgumentDescription>& arguments)
+{
+    QJsonArray array;
+    for (const QVariant& value : values) {
+        const ArgumentDescription argument = arguments.value(array.size());
+        const auto* basic =
+            std::find_if(std::begin(kBasicTypes), std::end(kBasicTypes),
+                         [&value](const BasicType& candidate) { return candidate.id == value.typeId(); });
+        const QString type = basic == std::end(kBasicTypes) ? QString() : QString(QLatin1Char(basic->code));
+        array.append(QJsonObject{{QStringLiteral("name"), argument.name},
+                                 {QStringLiteral("type"), type},
+                                 {QStringLiteral("value"), toJson(value)}});
+    }
+    return array;
 }
 
 } // namespace dbusvalues

@@ -4,6 +4,8 @@
 
 #include "InterfaceDescription.h"
 
+#include <QJsonArray>
+#include <QJsonValue>
 #include <QStringList>
 #include <QVariant>
 
@@ -26,5 +28,17 @@ namespace dbusvalues {
 /// A value as the timeline shows it.
 [[nodiscard]] QString toText(const QVariant& value);
 [[nodiscard]] QStringList toTexts(const QVariantList& values);
+
+/// A value in JSON, as docs/events.md describes it: true or false, a number, a text. JSON has no number that is not
+/// finite: it becomes the text "nan", "inf" or "-inf".
+[[nodiscard]] QJsonValue toJson(const QVariant& value);
+
+/// The reverse of toJson(); invalid if the JSON value does not fit the type.
+/// @param type D-Bus signature of a basic type
+[[nodiscard]] QVariant fromJson(const QJsonValue& value, const QString& type);
+
+/// A member's values as an array of objects with "name", "type" and "value", as docs/events.md describes it. A value
+/// beyond the described arguments has no name; one of another type than described keeps its own.
+[[nodiscard]] QJsonArray toJson(const QVariantList& values, const QList<ArgumentDescription>& arguments);
 
 } // namespace dbusvalues
