@@ -86,8 +86,8 @@ private Q_SLOTS:
         row("shipped file: narrow bands over a wide one", shipped(u"/powermanager/zones.ini"_s),
             {loaded(u"Critical"_s, 0, 15), loaded(u"Low"_s, 15, 40), loaded(u"Normal"_s, 0, 100)},
             u"0 None, 1 Critical, 16 Low, 41 Normal"_s);
-        row("example of the README", shipped(u"/README.md"_s), {loaded(u"Low"_s, 15, 40), loaded(u"Normal"_s, 0, 100)},
-            u"0 None, 1 Normal, 16 Low, 41 Normal"_s);
+        row("example of the manual", shipped(u"/docs/integrating.md"_s),
+            {loaded(u"Low"_s, 15, 40), loaded(u"Normal"_s, 0, 100)}, u"0 None, 1 Normal, 16 Low, 41 Normal"_s);
         row("overlap belongs to the narrower", "[A]\nhigh_treshold=30\n[B]\nlow_treshold=20\nhigh_treshold=40\n",
             {loaded(u"A"_s, 0, 30), loaded(u"B"_s, 20, 40)}, u"0 None, 1 A, 21 B, 41 None"_s);
         row("equal widths: the first listed wins", "[A]\nhigh_treshold=20\n[B]\nlow_treshold=10\nhigh_treshold=30\n",

@@ -263,7 +263,7 @@ private Q_SLOTS:
     {
         SimulatedDevice device(timeline());
         const QDir folder(QStringLiteral(SOURCE_FOLDER "/simulator/scenarios"));
-        const QStringList names = folder.entryList({u"*.scenario"_s}) + QStringList{u"../../README.md"_s};
+        const QStringList names = folder.entryList({u"*.scenario"_s}) + QStringList{u"../../docs/simulator.md"_s};
         QVERIFY(names.contains(u"battery-day.scenario"_s));
         for (const QString& name : names) {
             QFile file(folder.filePath(name));
