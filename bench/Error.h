@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-/// One line on standard error: why a measurement can't be made.
+/// Prints one line on standard error: why a measurement can't be made.
 inline void printError(const QString& text)
 {
     std::fprintf(stderr, "measure: %s\n", qPrintable(text));

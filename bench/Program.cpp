@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "Program.h"
 
-#include "Error.h"
 #include "Catalogue.h"
+#include "Error.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
@@ -27,7 +27,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// The number behind "FIELD:" in a file of /proc, or at its beginning where field is empty; 0 where there is none.
+/// The number after "FIELD:" in a file of /proc, or at its beginning if field is empty; 0 if there is none.
 qint64 numberIn(const QString& path, const QByteArray& field)
 {
     QFile file(path);
@@ -40,7 +40,7 @@ qint64 numberIn(const QString& path, const QByteArray& field)
     return at < 0 ? 0 : std::strtoll(text.constData() + at + label.size(), nullptr, 10);
 }
 
-/// Also before the new program is loaded. A machine that refuses it measures with more noise.
+/// Called before the new program is loaded. If the machine refuses, the figures are only noisier.
 void stayOnLastCpu()
 {
     cpu_set_t cpus;

@@ -8,28 +8,28 @@
 
 #include <optional>
 
-/// Has a program that is yet to start end with our own process whatever way that ends, and run on the CPU of all
-/// measured programs.
+/// Prepares a program for measurement: it will run on the CPU of all measured programs, and be killed when this process
+/// ends, even if it crashes.
 void prepareMeasured(QProcess& process);
 
 /// A program under measurement: a child process that serves the power daemon's interface on the session bus. Its output
-/// goes nowhere. It ends with this object, and with our own process whatever way that ends. All of them run on one CPU,
-/// the machine's last, so that what else goes on there hits them alike.
+/// is discarded. It ends with this object, or with this process, even if that crashes. All of them run on one CPU, the
+/// machine's last, so that any other load there affects them alike.
 ///
-/// What the kernel has counted for it is read from /proc, for all of its threads: Qt serves a bus connection on a
-/// thread of its own.
+/// The kernel's counters for it are read from /proc and cover all its threads: Qt serves a bus connection on a thread
+/// of its own.
 class Program
 {
 public:
     /// @param file      the executable
     /// @param arguments its arguments
-    /// @param busName   the name that it takes on the bus
+    /// @param busName   the name that it owns on the bus
     Program(const QString& file, const QStringList& arguments, const QString& busName);
     ~Program();
     Q_DISABLE_COPY_MOVE(Program)
 
-    /// Starts it and waits, 10 s at most, for its name on the bus. What goes wrong is printed.
-    /// @return milliseconds until the name was there
+    /// Starts it and waits, 10 s at most, for its name on the bus. Errors are printed.
+    /// @return milliseconds until the name appeared
     [[nodiscard]] std::optional<double> start();
     /// Kills it and waits for its end.
     void stop();
@@ -39,7 +39,7 @@ public:
     [[nodiscard]] const QDBusMessage& call() const;
 
     [[nodiscard]] qint64 cpuNanoseconds() const;
-    /// How often a thread of it went to sleep; so, how often one was woken.
+    /// How often one of its threads went to sleep, and so how often one was woken.
     [[nodiscard]] qint64 voluntarySwitches() const;
     /// @param field line of smaps_rollup, "Pss" for example
     [[nodiscard]] qint64 memoryKilobytes(const QByteArray& field) const;

@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Three digits or so: more would only be noise.
+/// About three digits: more would only be noise.
 QString toText(double value)
 {
     return QString::number(value, 'f', value < 10 ? 2 : value < 100 ? 1 : 0);

@@ -7,11 +7,11 @@
 
 #include <optional>
 
-/// What was measured, row by row.
+/// The measurements, row by row.
 class Report
 {
 public:
-    /// @param floor the same of the floor, measured in the same run; nothing where the floor does not do it
+    /// @param floor the floor's figure from the same run, if the floor does this at all
     void add(const QString& what, const QString& unit, double daemon, std::optional<double> floor = std::nullopt);
 
     /// A Markdown table with the daemon's ratio to the floor.

@@ -25,7 +25,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kCharges[] = {20, 80}; ///< in turn, so that each is in another zone than the one before
+constexpr int kCharges[] = {20, 80}; ///< in turn, so that each changes the zone
 
 /// The status service, on a connection of its own.
 class StatusService
@@ -68,7 +68,7 @@ private:
     qsizetype m_next = 0;
 };
 
-/// Sends a broadcast and waits for what the receiver makes of it. @param arrived set by the receiver
+/// Sends a broadcast and waits until it has been handled. @param arrived set by the receiver
 void measure(benchmark::State& state, StatusService& service, bool& arrived)
 {
     bool isLate = false;
@@ -92,8 +92,8 @@ void measure(benchmark::State& state, StatusService& service, bool& arrived)
     }
 }
 
-/// From a status broadcast, on its way over the bus, to the announcement of the other power zone. The zones have no
-/// ceilings: what the sound and light services take for an answer is no time of ours.
+/// From a status broadcast, sent over the bus, to the announcement of the other power zone. The zones have no ceilings,
+/// so that the answers of the sound and light services do not count.
 void broadcastToDecision(benchmark::State& state)
 {
     QDir().mkpath(QFileInfo(paths::zoneFile()).path());
@@ -116,7 +116,7 @@ void broadcastToDecision(benchmark::State& state)
 }
 BENCHMARK(broadcastToDecision)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
-/// To a client of the status service that does nothing with it.
+/// The same to a client of the status service that ignores it.
 void broadcastToFloor(benchmark::State& state)
 {
     bool arrived = false;

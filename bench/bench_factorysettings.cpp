@@ -10,8 +10,8 @@
 
 namespace {
 
-/// A soft reset without its pattern, on a store that answers from memory: what the daemon itself takes to write the
-/// factory table and to log every row of it.
+/// A soft reset without its pattern, on a store that answers from memory: the daemon's own share of writing the factory
+/// table and logging each of its rows.
 void writeFactoryTable(benchmark::State& state)
 {
     FactoryRestoreManager manager(nullptr);
@@ -24,7 +24,7 @@ void writeFactoryTable(benchmark::State& state)
 }
 BENCHMARK(writeFactoryTable)->Unit(benchmark::kMicrosecond);
 
-/// The same texts handed to such a store, and nothing else.
+/// The same texts written to the same store, and nothing else.
 void writeFactoryTableByFloor(benchmark::State& state)
 {
     for (auto _ : state) {

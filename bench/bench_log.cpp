@@ -24,7 +24,7 @@ void logLine(benchmark::State& state)
 }
 BENCHMARK(logLine);
 
-/// A line as long, formatted at once and written.
+/// A line of the same length, formatted in one call and written.
 void logLineByFloor(benchmark::State& state)
 {
     std::array<char, kLogLineSize> line = {};

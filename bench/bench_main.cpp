@@ -9,8 +9,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-/// Runs the benchmarks on the session bus, which is to be a private one. Log lines are really written, but lead
-/// nowhere; so does everything else on standard error. A benchmark that fails says so in the report.
+/// Runs the benchmarks on the session bus, which should be a private one. Log lines are really written, but standard
+/// error is discarded as a whole. A benchmark that fails says so in the report.
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);

@@ -11,13 +11,13 @@
 
 namespace {
 
-/// Loads a file of so many zones; the time per 1,000 zones tells how loading grows.
+/// Loads a file of N zones; the time per 1,000 zones shows how loading grows.
 void loadZones(benchmark::State& state)
 {
     const auto count = static_cast<int>(state.range(0));
     const QByteArray content = makeZoneFile(count);
     for (auto _ : state) {
-        state.PauseTiming(); // another file each time: Qt keeps what it has read for files it has seen
+        state.PauseTiming(); // a new file each time: Qt caches the files it has read
         QTemporaryFile file;
         if (!file.open() || file.write(content) < 0 || !file.flush()) {
             state.SkipWithError("no temporary file");

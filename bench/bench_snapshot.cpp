@@ -36,7 +36,7 @@ void decodeSnapshot(benchmark::State& state)
 }
 BENCHMARK(decodeSnapshot);
 
-/// As a generated client does it, a value at a time.
+/// The way of a generated client, one value at a time.
 void decodeSnapshotByFloor(benchmark::State& state)
 {
     const QDBusMessage reply = makeReply();

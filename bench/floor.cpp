@@ -28,10 +28,10 @@ public:
         m_timer.start(std::chrono::seconds(1));
     }
 
-    /// Takes the place on the bus. @return whether that went well
+    /// Registers object and name on the bus. @return whether that succeeded
     [[nodiscard]] bool serve(QDBusConnection bus, const QString& busName)
     {
-        // The first method is the slot of the broadcast; the long list of its types is written once.
+        // The first method is the broadcast's slot; its long list of types need not be repeated here.
         const QByteArray slot = '1' + staticMetaObject.method(staticMetaObject.methodOffset()).methodSignature();
         return bus.connect(kStatusService.busName, kStatusService.objectPath,
                            QStringLiteral("com.quillmark.zelt.statusinterface"), QStringLiteral("SystemStatus"), this,

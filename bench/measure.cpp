@@ -46,7 +46,7 @@ void wait(std::chrono::milliseconds duration)
     loop.exec();
 }
 
-/// The value below which the given fraction of the values lies.
+/// The value that the given fraction of the values is below.
 double quantile(QList<double> values, double fraction)
 {
     const auto index = static_cast<qsizetype>(fraction * static_cast<double>(values.size()));
@@ -54,14 +54,14 @@ double quantile(QList<double> values, double fraction)
     return values.at(index);
 }
 
-/// What a program has used in some time.
+/// What a program used over a period.
 struct Usage
 {
     double cpuNanoseconds = 0;
     double switches = 0;
 };
 
-/// What the kernel has counted for a program up to now.
+/// The kernel's counters of a program at this moment.
 Usage usage(const Program& program)
 {
     return {static_cast<double>(program.cpuNanoseconds()), static_cast<double>(program.voluntarySwitches())};
@@ -72,7 +72,7 @@ Usage operator-(const Usage& a, const Usage& b)
     return {a.cpuNanoseconds - b.cpuNanoseconds, a.switches - b.switches};
 }
 
-/// What follows the start of a program is not its idle state yet.
+/// After its start, a program takes this long to become idle.
 constexpr std::chrono::milliseconds kSettlingTime = 2s;
 
 Program makeDaemon()
@@ -88,7 +88,7 @@ struct Pair
         if (!daemon.start()) {
             return false;
         }
-        // Half of the timers' second apart: one that ticks right after the other finds the CPU's caches warm, and costs
+        // Half a timer period apart: a program that ticks right after the other finds the CPU's caches warm, and costs
         // a fifth less.
         wait(500ms);
         if (!floor.start()) {
@@ -120,7 +120,7 @@ bool measureStart(const Settings& settings, Report& report)
         if (!daemonTime || !floorTime) {
             return false;
         }
-        if (i > 0) { // the first one may have read files from the disk
+        if (i > 0) { // the first start may have read files from the disk
             daemonTimes.append(*daemonTime);
             floorTimes.append(*floorTime);
         }
@@ -142,7 +142,7 @@ bool measureIdle(const Settings& settings, Report& report)
     const Usage daemon = usage(pair.daemon) - daemonBefore;
     const Usage floor = usage(pair.floor) - floorBefore;
     if (!pair.isRunning()) {
-        printError(u"a program has ended while it was idle"_s);
+        printError(u"a program ended while it was idle"_s);
         return false;
     }
     const double minutes = std::chrono::duration<double, std::ratio<60>>(settings.idle).count();
@@ -158,7 +158,7 @@ bool measureIdle(const Settings& settings, Report& report)
     return true;
 }
 
-/// @return the memory in kB that a daemon has to itself with a zone file, which takes the place of the device's
+/// @return the private memory in kB of a daemon with this zone file, which replaces the device's
 std::optional<double> memoryWithZones(const QString& zoneFile)
 {
     QString error;
@@ -178,11 +178,11 @@ bool measureZoneFile(const Settings&, Report& report)
 {
     QTemporaryFile file;
     if (!file.open() || file.write(makeZoneFile(10'000)) < 0 || !file.flush()) {
-        printError(u"no temporary file: "_s + file.errorString());
+        printError(u"can't make a temporary file: "_s + file.errorString());
         return false;
     }
     const auto many = memoryWithZones(file.fileName());
-    const auto few = memoryWithZones(u":/zones.ini"_s); // the example, which stays
+    const auto few = memoryWithZones(u":/zones.ini"_s); // the example, which is left in place
     if (!many || !few) {
         return false;
     }
@@ -190,7 +190,7 @@ bool measureZoneFile(const Settings&, Report& report)
     return true;
 }
 
-/// Calls a program and appends the round trip in microseconds. @return whether it answered as it should
+/// Calls a program and appends the round trip in microseconds. @return whether the answer was right
 [[nodiscard]] bool call(const Program& program, QList<double>& times)
 {
     QElapsedTimer clock;
@@ -230,8 +230,8 @@ bool measureCalls(const Settings&, Report& report)
     return true;
 }
 
-/// Sends status broadcasts to one program alone, one at a time as on the device, so that each wakes it.
-/// @return its CPU time for each in microseconds
+/// Sends status broadcasts to one program only, one at a time as on the device, so that each wakes it.
+/// @return its CPU time per broadcast in microseconds
 double costOfBroadcasts(const Program& program, const QDBusMessage& broadcast, int count)
 {
     const Usage before = usage(program);
@@ -255,7 +255,7 @@ bool measureBroadcasts(const Settings&, Report& report)
     const InterfaceDescription& status = *catalogue.findService(u"statusmanager"_s);
     const MemberDescription& signal = *status.findSignal(u"SystemStatus"_s);
     if (!QDBusConnection::sessionBus().registerService(status.busName)) {
-        printError(status.busName + u" can't be had"_s);
+        printError(u"can't own the name "_s + status.busName);
         return false;
     }
     QList<double> daemonCosts;
@@ -272,10 +272,10 @@ bool measureBroadcasts(const Settings&, Report& report)
             }
         }
     }
-    (void)QDBusConnection::sessionBus().unregisterService(status.busName); // for the simulated one to come
-    // Proof that they arrive, and that none but the first has changed the zone.
+    (void)QDBusConnection::sessionBus().unregisterService(status.busName); // the simulated service needs it next
+    // Proof that they arrive, and that only the first one changed the zone.
     if (observer.count(u"signal powermanager.PowerZoneChanged(Normal)"_s) != 1 || !pair.isRunning()) {
-        printError(u"the broadcasts have not entered one zone"_s);
+        printError(u"the broadcasts should have entered one zone, but did not"_s);
         return false;
     }
     report.add(u"status broadcast without a change of zone, CPU time, median of %1 rounds of %2"_s.arg(kRounds).arg(
@@ -308,7 +308,7 @@ std::optional<double> worstTimeOf(const QStringList& services, const QString& li
 
 bool measureReboot(const Settings&, Report& report)
 {
-    // Meant: 5 s for listeners, 2.5 s of pulses.
+    // Intended: 5 s for listeners, 2.5 s of pulses.
     constexpr double kPausesMs = 7500;
     const QString request = u"request powermanager.Reboot(bench)"_s;
     const auto accepted =
@@ -339,15 +339,15 @@ bool measureRestore(const Settings&, Report& report)
     return true;
 }
 
-/// A row of the report that one of the Google benchmarks makes.
+/// A row of the report that a Google benchmark fills.
 struct Benchmark
 {
     const char* what;
     const char* unit;
-    const char* daemon; ///< its name
-    const char* floor;  ///< the name of the floor's; null where there is none
-    const char* figure; ///< the name of the figure: a time in the benchmark's own unit, or a counter
-    double perUnit = 1; ///< what turns the figure into the unit
+    const char* daemon; ///< name of the benchmark
+    const char* floor;  ///< name of the floor's benchmark; null if there is none
+    const char* figure; ///< name of the figure: a time in the benchmark's own unit, or a counter
+    double perUnit = 1; ///< what the figure is multiplied by to give the unit
 };
 
 constexpr Benchmark kBenchmarks[] = {
@@ -428,7 +428,7 @@ constexpr Measurement kMeasurements[] = {
 QString describe()
 {
     QString text =
-        u"Measures the power daemon on the session bus, which is to be a private one, against the floor: the "
+        u"Measures the power daemon on the session bus, which should be a private one, against the floor: the "
         u"least that a program with its standing duties has to do. Prints a Markdown table.\n\n"
         u"Measurements:\n"_s;
     for (const Measurement& measurement : kMeasurements) {
@@ -447,11 +447,11 @@ int main(int argc, char** argv)
     options.setApplicationDescription(describe());
     options.addHelpOption();
     options.addOptions({
-        {u"idle"_s, u"How long the programs are watched idle (default 60)."_s, u"SECONDS"_s, u"60"_s},
-        {u"starts"_s, u"How often they are started (default 50)."_s, u"N"_s, u"50"_s},
-        {u"json"_s, u"Writes the figures to FILE as well."_s, u"FILE"_s},
+        {u"idle"_s, u"Watch the idle programs for SECONDS (default 60)."_s, u"SECONDS"_s, u"60"_s},
+        {u"starts"_s, u"Start each program N times (default 50)."_s, u"N"_s, u"50"_s},
+        {u"json"_s, u"Also write the figures to FILE."_s, u"FILE"_s},
     });
-    options.addPositionalArgument(u"name"_s, u"Measurements to make; none: all."_s, u"[name...]"_s);
+    options.addPositionalArgument(u"name"_s, u"Measurements to make (default: all)."_s, u"[name...]"_s);
     options.process(application);
 
     const Settings settings{std::chrono::seconds(options.value(u"idle"_s).toInt()), options.value(u"starts"_s).toInt()};

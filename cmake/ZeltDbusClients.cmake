@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 
 # Adds the static library TARGET with one client class per pair "ClassName description.xml".
-# Generated code is kept out of our warning flags; its headers are system headers to those who link the library.
-# HEADERS_ONLY generates the headers alone, for a platform whose own library holds the compiled classes.
+# Generated code is compiled without our warning flags; its headers are system headers for whoever links the library.
+# HEADERS_ONLY generates only the headers, for a platform whose own library has the compiled classes.
 function(zelt_add_dbus_clients TARGET)
     cmake_parse_arguments(ARG "HEADERS_ONLY" "" "CLIENTS" ${ARGN})
     set(client_sources)

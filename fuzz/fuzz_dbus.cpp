@@ -21,13 +21,13 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// More lines only cost time.
+/// More lines would only cost time.
 constexpr qsizetype kMostLines = 24;
 
 Catalogue* catalogue = nullptr;
 ArbitraryServices* services = nullptr;
 
-/// Something that time brings about.
+/// Something that happens as time passes.
 struct Elapsed
 {
     const char* name;
@@ -116,8 +116,8 @@ void sendSignal(const QStringList& words)
     }
     QDBusMessage message = QDBusMessage::createSignal(service->objectPath, service->interfaceName, signal->name);
     message.setArguments(messageValues(signal->out, words.mid(1)));
-    (void)services->connection().send(message); // fails for what is no D-Bus value
-    // Answered after the signal has been served.
+    (void)services->connection().send(message); // fails if a value is none of D-Bus
+    // This call is answered after the signal was handled.
     callDaemon(catalogue->powerDaemon().interfaceName, u"CurrentPowerZone"_s, {});
 }
 
@@ -140,15 +140,15 @@ int LLVMFuzzerInitialize(int* argc, char*** argv)
     return 0;
 }
 
-/// The input is what happens to a daemon that starts, a line each; see messageValues() for values.
+/// The input is what happens to a daemon that starts, one event a line; see messageValues() for values.
 ///
-///     call METHOD VALUE...            somebody calls a method of it, or INTERFACE.METHOD
-///     signal SERVICE.SIGNAL VALUE...  a service tells something
-///     answer VALUE...                 what the next call of a service's method that has no answer yet comes to
-///     fail TEXT                       the same: an error
+///     call METHOD VALUE...            a client calls one of its methods, or INTERFACE.METHOD
+///     signal SERVICE.SIGNAL VALUE...  a service sends a signal
+///     answer VALUE...                 the answer to the daemon's next call that has none yet
+///     fail TEXT                       likewise, but an error
 ///     time NAME                       a countdown is over (soft, hard, sleep), the CPU load is high or low
 ///
-/// Answers before anything else are for the calls by which the daemon starts.
+/// Answers at the beginning are for the calls that the daemon makes at its start.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const QStringList lines = QString::fromUtf8(fuzzing::bytes(data, size)).split(u'\n');

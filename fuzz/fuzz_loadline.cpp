@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-/// The input is two lines: the first line of the kernel's counters, and what it is a second later.
+/// The input is two lines: the first line of the kernel's counters, and the same line a second later.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const QList<QByteArray> lines = fuzzing::bytes(data, size).split('\n');

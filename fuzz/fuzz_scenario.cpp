@@ -18,7 +18,7 @@ int LLVMFuzzerInitialize(int*, char***)
     return 0;
 }
 
-/// The input is a scenario, which is checked and never run.
+/// The input is a scenario, which is checked but never run.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const QString text = QString::fromUtf8(fuzzing::bytes(data, size));

@@ -14,7 +14,7 @@ PowerManager* manager = nullptr;
 
 } // namespace
 
-/// Of a device whose clocks change in March and October, with nobody on the bus.
+/// On a device whose clocks change in March and October, with nobody on the bus.
 int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
     fuzzing::silenceLog();
@@ -43,7 +43,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         fuzzing::require(window.startTime().toString(format) == start && window.endTime().toString(format) == end,
                          "times are told as they were set");
     }
-    // The conversion of the time, and the refusal of the alarm.
+    // Covers the conversion of the time and the refusal of the alarm.
     fuzzing::require(manager->Suspend(text.section(u'\n', 2)) == -52, "no standby without an alarm");
     return 0;
 }

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The zones of some charges, in this order, as a manager that has just loaded the file finds them.
+/// The zones of some charges, in this order, for a manager that has just loaded the file.
 QList<int> zonesOf(ActionManager& manager)
 {
     constexpr int kCharges[] = {
@@ -36,7 +36,7 @@ int LLVMFuzzerInitialize(int*, char***)
 /// The input is a zone file.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    QTemporaryFile file; // another one each time: Qt keeps what it has read for files it has seen
+    QTemporaryFile file; // a new file each time: Qt caches the files it has read
     if (!file.open() || file.write(fuzzing::bytes(data, size)) < 0 || !file.flush()) {
         qFatal("%s", qPrintable(file.errorString()));
     }

@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstdio>
 
-/// The process's logging client. Defined by the daemon, set once by its entry point before the first line, never freed.
+/// The process's logging client. Defined by the daemon, set once by main() before the first line, never freed.
 extern LogInterface* _logInterface;
 
 /// The device's log levels; the gaps are levels that this family of daemons does not use.
@@ -24,11 +24,11 @@ enum class LogLevel : unsigned int
     Detail = 9,    ///< step-by-step computation
 };
 
-/// Size of a log line's buffer in bytes, terminator included; what does not fit is cut.
+/// Size of a log line's buffer in bytes, terminator included; a longer line is cut.
 inline constexpr std::size_t kLogLineSize = 512;
 
 /// Formats one line as "[file:line] function: message" and hands it to the logging client in a single call.
-/// Use COMMON_LOG, which fills in the place of the call. Event-loop thread only; never from a signal handler.
+/// Use COMMON_LOG, which fills in file, line and function. Event-loop thread only; never from a signal handler.
 Q_ATTRIBUTE_FORMAT_PRINTF(6, 7)
 inline void emitLogLine(LogLevel level, const char* objectPath, const char* file, int line, const char* function,
                         const char* format, ...)

@@ -9,8 +9,8 @@
 #include <QDBusPendingReply>
 #include <QString>
 
-/// Logs how an asynchronous call ended. Looks at the reply as it stands and never waits: a reply still in flight is
-/// reported as "finished=false" (level 2), a good one with its value (level 9), anything else with its error (level 2).
+/// Logs how an asynchronous call ended. Never waits: a reply still in flight is reported as "finished=false" (level 2),
+/// a good one with its value (level 9), anything else with its error (level 2).
 /// @param objectPath object path passed on with the log line
 /// @param method     name of the remote method, as shown in the line
 inline void PRINT_DBUS_RESULT(const char* objectPath, const QString& method, const QDBusPendingReply<int>& reply)

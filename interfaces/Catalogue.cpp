@@ -20,7 +20,7 @@ Catalogue::Catalogue()
         }
         const std::optional<InterfaceDescription> description = InterfaceDescription::parse(file.readAll(), &error);
         if (!description) {
-            qFatal("%s: %s", qPrintable(name), qPrintable(error)); // built in: a fault of the build
+            qFatal("%s: %s", qPrintable(name), qPrintable(error)); // built in, so the build is broken
         }
         if (description->busName.isEmpty()) {
             m_powerDaemon = *description;

@@ -6,11 +6,11 @@
 
 #include <QStringList>
 
-/// The interfaces of all daemons of the device that the power daemon knows, and its own.
+/// The interfaces of all services that the power daemon uses, and its own.
 class Catalogue
 {
 public:
-    /// Reads the descriptions that are built into the program.
+    /// Parses the descriptions built into the program.
     Catalogue();
 
     /// The fourteen remote services, in alphabetical order.
@@ -18,10 +18,10 @@ public:
     /// The power daemon itself.
     [[nodiscard]] const InterfaceDescription& powerDaemon() const;
 
-    /// A service by its short name; null where there is none.
+    /// A service by its short name; null if there is none.
     [[nodiscard]] const InterfaceDescription* findService(const QString& service) const;
 
-    /// A signal by its full name, "service.Signal", of a service that exists; null where it has none.
+    /// A signal by its full name, "service.Signal", of a service that exists; null if it has no such signal.
     [[nodiscard]] const MemberDescription* findSignal(const QString& name) const;
 
     [[nodiscard]] QStringList serviceNames() const;

@@ -15,7 +15,7 @@ struct BasicType
 {
     char code;          ///< D-Bus type code
     QMetaType::Type id; ///< Qt's type for it
-    const char* name;   ///< for people
+    const char* name;   ///< as in a message to the user
 };
 
 constexpr BasicType kBasicTypes[] = {
@@ -53,7 +53,7 @@ QVariant convert(const QVariant& value, const QString& type)
 {
     const BasicType& basic = basicType(type);
     QVariant converted = value;
-    // Qt takes any text but "false" and "0" for true.
+    // Qt converts any text but "false" and "0" to true.
     if (basic.id == QMetaType::Bool && value.typeId() == QMetaType::QString) {
         const QString text = value.toString();
         if (text != u"true" && text != u"false") {
@@ -63,7 +63,7 @@ QVariant convert(const QVariant& value, const QString& type)
     if (!converted.convert(QMetaType(basic.id))) {
         return {};
     }
-    // A number that was cut to fit is not the number that was given. A double is never cut, and may be none (NaN).
+    // A number that was cut to fit is not the number given. A double is never cut, and may be NaN.
     const bool isWholeNumber =
         basic.id != QMetaType::QString && basic.id != QMetaType::Bool && basic.id != QMetaType::Double;
     if (value.typeId() == QMetaType::QString && isWholeNumber && converted.toDouble() != value.toDouble()) {
@@ -113,7 +113,7 @@ QJsonValue toJson(const QVariant& value)
     if (value.typeId() == QMetaType::Double && !std::isfinite(value.toDouble())) {
         return value.toString();
     }
-    // Beyond the range that a JSON number of Qt's holds exactly.
+    // Beyond the range that Qt's JSON numbers hold exactly.
     if (value.typeId() == QMetaType::ULongLong &&
         value.toULongLong() > qulonglong{std::numeric_limits<qint64>::max()}) {
         return value.toString();
@@ -131,7 +131,7 @@ QVariant fromJson(const QJsonValue& value, const QString& type)
         return value.isString() ? QVariant(value.toString()) : QVariant();
     }
     if (value.isDouble() && id != QMetaType::Double) {
-        // As text: a fraction, or a number beyond the type's range, is then no such number.
+        // Through text, which refuses a fraction or a number beyond the type's range.
         const QVariant whole = value.toVariant();
         return convert(whole.toString(), type);
     }

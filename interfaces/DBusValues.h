@@ -9,20 +9,20 @@
 #include <QStringList>
 #include <QVariant>
 
-/// Values of D-Bus's basic types, made from text and turned into text.
+/// Values of D-Bus's basic types, converted from and to text and JSON.
 namespace dbusvalues {
 
 /// The type's zero: 0, false, an empty text.
 [[nodiscard]] QVariant zero(const QString& type);
 
-/// A value as that type; invalid where it does not fit it.
+/// A value converted to that type; invalid if it does not fit.
 [[nodiscard]] QVariant convert(const QVariant& value, const QString& type);
 
-/// What a person calls the type, e.g. "a whole number".
+/// The type in a message to the user, e.g. "a whole number".
 [[nodiscard]] QString typeName(const QString& type);
 
-/// The values of a member's arguments: by name where values has it, by position ("0", "1", ...) for those without a
-/// name, else zero.
+/// The values of a member's arguments: by name, by position ("0", "1", ...) for those without a name, zero for those
+/// that values lacks.
 [[nodiscard]] QVariantList fill(const QList<ArgumentDescription>& arguments, const QVariantMap& values);
 
 /// A value as the timeline shows it.

@@ -25,21 +25,21 @@ struct MemberDescription
     [[nodiscard]] QString inSignature() const;
 };
 
-/// One remote interface, as its introspection XML describes it.
+/// One remote interface, parsed from its introspection XML.
 struct InterfaceDescription
 {
     QString service;       ///< short name: the last part of the bus name, e.g. "soundmanager"
     QString busName;       ///< from the annotation com.quillmark.zelt.BusName
     QString objectPath;    ///< the node's name
     QString interfaceName; ///< D-Bus interface name
-    QString interfaceXml;  ///< the interface element as it stands in the file
+    QString interfaceXml;  ///< the interface element, verbatim
     QList<MemberDescription> methodList;
     QList<MemberDescription> signalList;
 
-    /// Null where there is none of that name.
+    /// Null if there is none of that name.
     [[nodiscard]] const MemberDescription* findMethod(const QString& name) const;
     [[nodiscard]] const MemberDescription* findSignal(const QString& name) const;
 
-    /// Reads a description; on failure *error says what is wrong and in which line.
+    /// Parses a description; on failure *error says what is wrong and in which line.
     [[nodiscard]] static std::optional<InterfaceDescription> parse(const QByteArray& xml, QString* error);
 };

@@ -17,7 +17,7 @@ std::size_t allocationCount()
 
 extern "C" {
 
-// The C library's own names for what is replaced below.
+// The C library's own names of the functions replaced below.
 void* libraryMalloc(std::size_t size) asm("__libc_malloc");
 void* libraryCalloc(std::size_t count, std::size_t size) asm("__libc_calloc");
 void* libraryRealloc(void* memory, std::size_t size) asm("__libc_realloc");

@@ -4,5 +4,5 @@
 
 #include <cstddef>
 
-/// How often this program has asked for memory up to now, on all threads: operator new and Qt's containers included.
+/// How often this program has allocated memory, on all threads, operator new and Qt's containers included.
 [[nodiscard]] std::size_t allocationCount();

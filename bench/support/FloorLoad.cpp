@@ -21,7 +21,7 @@ int FloorLoad::sample()
     if (file < 0) {
         return -1;
     }
-    std::array<char, 256> text = {}; // more than the first line, which is all that is looked at
+    std::array<char, 256> text = {}; // longer than the first line; only that one is read
     const ssize_t length = read(file, text.data(), text.size() - 1);
     close(file);
     if (length <= 0) {
@@ -29,7 +29,7 @@ int FloorLoad::sample()
     }
     long long total = 0;
     long long busy = 0;
-    char* at = text.data() + 3; // behind "cpu"
+    char* at = text.data() + 3; // after "cpu"
     for (int i = 0; i < kCounters; ++i) {
         total += std::strtoll(at, &at, 10);
         if (i < kBusyCounters) {

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// The cheapest reading of the processor load that Linux allows: one open, one read, ten numbers. What the daemon's own
-/// reading is measured against.
+/// The cheapest reading of the CPU load that Linux allows: one open, one read, ten numbers. The daemon's own reading is
+/// measured against it.
 class FloorLoad
 {
 public:
-    /// The whole system's load in percent since the call before, at first since the start of the system; -1 where
-    /// /proc/stat can't be read.
+    /// The whole system's load in percent since the previous call, at first since the system's start; -1 if /proc/stat
+    /// can't be read.
     [[nodiscard]] int sample();
 
 private:

@@ -5,8 +5,8 @@
 
 #include <QHash>
 
-// The parts of the platform whose real cost lies in other programs or in the hardware: here they answer from memory, so
-// that a benchmark measures the daemon alone.
+// The parts of the platform whose cost is in other programs or in the hardware. Here they answer from memory, so that a
+// benchmark measures the daemon only.
 
 struct Configuration::Private
 {

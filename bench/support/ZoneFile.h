@@ -4,7 +4,7 @@
 
 #include <QByteArray>
 
-/// A zone file of so many zones, all of them with ceilings, that overlap.
+/// A zone file of count overlapping zones, all with ceilings.
 [[nodiscard]] inline QByteArray makeZoneFile(int count)
 {
     QByteArray text;

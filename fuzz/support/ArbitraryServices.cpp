@@ -39,7 +39,7 @@ QDBusConnection& ArbitraryServices::connection()
 
 void ArbitraryServices::finish()
 {
-    // The bus keeps the order: the daemon's calls that nobody waits for have come before this one.
+    // The bus keeps the order: calls that the daemon did not wait for came before this one.
     const InterfaceDescription& any = m_catalogue.services().constFirst();
     (void)QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
         any.busName, any.objectPath, any.interfaceName, any.methodList.constFirst().name));
@@ -68,7 +68,8 @@ bool ArbitraryServices::handleMessage(const QDBusMessage& message, const QDBusCo
         answer = m_answers.isEmpty() ? Answer() : m_answers.dequeue();
     }
     const QDBusMessage error = message.createErrorReply(QDBusError::Failed, answer.words.join(u' '));
-    // What is no D-Bus value, such as a path that is none, can't be sent: nobody may wait for it.
+    // A value that is none of D-Bus, such as a malformed path, can't be sent: an error takes its place, so that nobody
+    // waits for ever.
     if (answer.isError || !connection.send(message.createReply(messageValues(method->out, answer.words)))) {
         (void)connection.send(error);
     }

@@ -11,31 +11,32 @@
 #include <QQueue>
 #include <QThread>
 
-/// All other services of the device on one connection: they answer the daemon whatever they were told to. They run on a
-/// thread of their own, since the daemon waits for their answers on its own.
+/// All other services of the device on one connection. They answer the daemon's calls with whatever they were given.
+/// They run on a thread of their own, because the daemon blocks its thread while it waits for answers.
 class ArbitraryServices : public QDBusVirtualObject
 {
     Q_OBJECT
 
 public:
-    /// What a call is answered with.
+    /// The answer to a call.
     struct Answer
     {
         bool isError = false;
         QStringList words; ///< for messageValues()
     };
 
-    /// Joins the bus. Ends the process where that fails.
+    /// Joins the bus. Ends the process if that fails.
     explicit ArbitraryServices(const Catalogue& catalogue);
     Q_DISABLE_COPY_MOVE(ArbitraryServices)
 
-    /// For the next call that has no answer yet. Without one, a call is answered with status 0 and zero values.
+    /// Queues the answer to the next call that has none yet. A call without one is answered with status 0 and zero
+    /// values.
     void addAnswer(const Answer& answer);
 
-    /// The connection, by which others may send, too.
+    /// The connection, which others may use to send, too.
     [[nodiscard]] QDBusConnection& connection();
 
-    /// Waits until every call that has come is answered, and forgets the answers that are left.
+    /// Waits until every call received so far is answered, and drops the answers left over.
     void finish();
 
     [[nodiscard]] QString introspect(const QString& path) const override;

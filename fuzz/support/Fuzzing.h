@@ -30,14 +30,14 @@ inline QByteArray bytes(const std::uint8_t* data, std::size_t size)
     return QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
 }
 
-/// Lets the daemon's classes log, to nowhere, and keeps Qt from warning of every odd input.
+/// Gives the daemon's classes a log that discards everything, and stops Qt from warning about every odd input.
 inline void silenceLog()
 {
     QLoggingCategory::setFilterRules(QStringLiteral("*.warning=false"));
     _logInterface = new LogInterface(QString()); // for the rest of the process
 }
 
-/// Ends the process, and with it makes the input a finding, where a statement about the code does not hold.
+/// Ends the process, and so makes the input a finding, if a statement about the code does not hold.
 inline void require(bool holds, const char* statement)
 {
     if (!holds) {

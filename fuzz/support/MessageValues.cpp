@@ -19,11 +19,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// The bus takes nothing that is nested deeper, and messages with longer signatures neither.
+/// The bus accepts neither deeper nesting nor longer signatures.
 constexpr qsizetype kMostVariants = 16;
 constexpr qsizetype kMostValues = 100;
 
-/// A type that no description asks for.
+/// A type that no description uses.
 struct ForeignType
 {
     const char* signature;
@@ -47,7 +47,7 @@ constexpr ForeignType kForeignTypes[] = {
     {"((iii)(iiii)i)", [](const QString& text) { return QVariant(QDateTime::fromSecsSinceEpoch(text.toInt())); }},
 };
 
-/// A value of a type; invalid where there is no such type.
+/// A value of a type; invalid if there is no such type.
 QVariant valueOfType(const QString& type, const QString& text)
 {
     if (type.startsWith(u'v')) {

@@ -7,14 +7,13 @@
 #include <QStringList>
 #include <QVariantList>
 
-/// The values of a message: those that the description asks for, all zero, as the words change them one after the
-/// other.
+/// The values of a message: those of the description, all zero, then changed by one word after the other.
 ///
 ///     TEXT        the next value
 ///     NAME=TEXT   the value of that name
 ///     -           the last value is left out
 ///
-/// A value is of its described type, zero where the text does not fit it, unless the text is "TYPE:TEXT": then it is of
-/// that D-Bus type, with a text for its content. "v" before the type packs it into a variant, as often as it stands
-/// there. A value beyond those described is a text.
+/// A value has its described type, and is zero if the text does not fit that, unless the text is "TYPE:TEXT": then it
+/// has that D-Bus type. Each "v" before the type packs the value into a variant. A value beyond those described is a
+/// text.
 [[nodiscard]] QVariantList messageValues(const QList<ArgumentDescription>& described, const QStringList& words);

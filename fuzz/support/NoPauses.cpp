@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "Pauses.h"
 
-// In place of the daemon's, which the linker then leaves out. Not sleep() itself, by which libFuzzer watches the input.
+// Replaces the daemon's pauses, which the linker then leaves out. Not sleep() itself: libFuzzer's watchdog needs it.
 
 namespace pauses {
 

@@ -4,11 +4,11 @@
 
 #include <QProcess>
 
-/// A bus of this process's own, which becomes its session bus and ends with it, however that comes about.
+/// A bus of this process's own, which becomes its session bus and ends with the process, even if that crashes.
 class PrivateBus
 {
 public:
-    /// Before anybody asks for the session bus. Ends the process where there is no bus to be had.
+    /// Call before anything uses the session bus. Ends the process if no bus can be started.
     PrivateBus();
     Q_DISABLE_COPY_MOVE(PrivateBus)
 
