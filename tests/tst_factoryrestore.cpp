@@ -99,7 +99,7 @@ class TstFactoryRestore : public PowerManagerFixture
 
     std::unique_ptr<FactoryRestoreManager> m_manager;
 
-    /// As PowerManagerFixture::take(), with the time of the restore as NOW where it is the present one.
+    /// As PowerManagerFixture::take(), with the time of the restore replaced by NOW if it is the present time.
     QStringList take()
     {
         QStringList lines = PowerManagerFixture::take();
@@ -170,9 +170,9 @@ private Q_SLOTS:
 
     void gestures_data()
     {
-        // R reset pressed, r released; S seek-down pressed, s released; x another
+        // R: reset pressed, r: released; S: seek-down pressed, s: released; x: another button
         const Table<QString, QStringList> row("events", "log");
-        const QStringList both{kSoftStarted, kSoftStopped, kHardStarted}; // begun with reset
+        const QStringList both{kSoftStarted, kSoftStopped, kHardStarted}; // reset was pressed first
         row("reset tapped", u"Rr"_s, {kSoftStarted, kSoftStopped});
         row("reset told twice", u"RR"_s, {kSoftStarted, kSoftStarted});
         row("seek alone", u"SsS"_s, {});
@@ -223,7 +223,7 @@ private Q_SLOTS:
                                  "config GENERAL ZeltId z\nconfig GENERAL PartNumber p-1\n"
                                  "config USER playlist mine\n"_s;
         QCOMPARE(run(identity + u"config DEVICES_SETUP wifi-infrastructure-passwd secret"_s), QString());
-        device().invoke([](Simulator& simulator) { // there, but empty
+        device().invoke([](Simulator& simulator) { // present, but empty
             simulator.device().config.insert({u"DEVICES_SETUP"_s, u"wifi-regulatory-region"_s}, QString());
         });
 
@@ -266,7 +266,7 @@ private Q_SLOTS:
         QVERIFY(!lines.contains(u"call configmanager.Save()"_s) && !lines.contains(u"call configmanager.Freeze()"_s));
         QCOMPARE(completed.size(), 0);
 
-        // Nothing is left that stops the next try.
+        // The next try is not refused.
         setModeSelect(0);
         QCOMPARE(run(u"repair all\nstart configmanager"_s), QString());
         QVERIFY(m_manager->FactorySoftReset(true, false));
@@ -295,13 +295,13 @@ private Q_SLOTS:
         QCOMPARE(refusals, QList<QVariant>{false});
         QVERIFY(QFile::exists(script + u".ran"_s));
 
-        // No recovery is under way that the upgrade service could tell of.
+        // Ignored: no recovery is under way.
         for (const int status : {1, 2, 3}) {
             m_manager->UpgradeStatusChanged(status);
         }
         QCOMPARE(take(), QStringList());
 
-        // Until the reboot, nothing more.
+        // Nothing more may start before the reboot.
         QVERIFY(!m_manager->FactoryHardReset());
         QVERIFY(!m_manager->FactorySoftReset(true, true));
         QCOMPARE(take(), refused + QStringList{kSoftRefused});
@@ -309,7 +309,7 @@ private Q_SLOTS:
 
     void whatFailsStopsNoHardReset()
     {
-        // The script is missing besides.
+        // The script is missing, too.
         QCOMPARE(run(u"fail scheduler.Clear status 4\nfail eventmanager.Clear status -1"_s), QString());
 
         QVERIFY(m_manager->FactoryHardReset());

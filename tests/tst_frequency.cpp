@@ -80,7 +80,7 @@ private Q_SLOTS:
 
     void notifications_data()
     {
-        // Percent, -1: the counters cannot be read; for each sample: L low, H high, - nothing.
+        // Loads in percent, -1: the counters cannot be read. Expected for each sample: L low, H high, - nothing.
         const Table<QList<int>, QString> row("loads", "expected");
         row("four lows, twice", QList<int>(8, 10), u"---L---L"_s);
         row("interrupted lows", {0, 0, 0, 50, 0, 0, 0}, u"-------"_s);
@@ -146,7 +146,7 @@ private Q_SLOTS:
 
     void policy_data()
     {
-        const Table<int, QByteArray, int> row("freq", "slot", "target"); // target 0: nothing is set
+        const Table<int, QByteArray, int> row("freq", "slot", "target"); // target 0: no frequency is set
         row("a rung up", 300, "freqIncrease", 372);
         row("a rung down", 300, "freqDecrease", 200);
         row("jump", 96, "setMaxFreq", 456);
@@ -196,7 +196,8 @@ private Q_SLOTS:
         auto* monitor = manager().findChild<LoadMonitor*>();
         setDeviceFreq(200);
 
-        // While autoscaling is off, there is no traffic at all. The broadcast comes after the signal, and is answered.
+        // While autoscaling is off, the frequency service is not called at all. The broadcast shows that the signal
+        // before it was handled.
         QCOMPARE(run(signal + u"\ncharge 50\nexpect log \"CurrZone\""_s), QString());
         Q_EMIT monitor->highCpuLoad();
         Q_EMIT monitor->lowCpuLoad();

@@ -35,7 +35,7 @@ QList<QByteArray> writesOf(unsigned int level, const QByteArray& text, bool isJo
     fstat(STDERR_FILENO, &info);
     const QByteArray own =
         QByteArray::number(qulonglong{info.st_dev}) + ':' + QByteArray::number(qulonglong{info.st_ino});
-    qputenv("JOURNAL_STREAM", isJournal ? own : "1:1"); // that is somebody else's
+    qputenv("JOURNAL_STREAM", isJournal ? own : "1:1"); // the latter names another stream
     LogInterface(u"/log"_s).EmitLogString(level, text.constData(), "/a/b");
     dup2(saved, STDERR_FILENO);
 

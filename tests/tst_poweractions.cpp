@@ -102,7 +102,7 @@ private Q_SLOTS:
         QCOMPARE(manager().Reboot(u"user_gui"_s), 0);
         QCOMPARE(take(), rebooting(u"user_gui"_s, u"1"_s));
 
-        // Nothing is remembered: the second request runs like the first, with the light found off.
+        // Nothing is remembered: the second request runs like the first, but finds the light off.
         QCOMPARE(arrange(u"rgb on"_s), QString());
         QCOMPARE(manager().Reboot(u"upgrade"_s), 0);
         QCOMPARE(take(), rebooting(u"upgrade"_s, u"0"_s));
@@ -216,7 +216,7 @@ private Q_SLOTS:
         QCOMPARE(arrange(u"rgb on\nfail rgbfeaturemanager.IsDisabled error\nfail lightmanager.GetSwitch error"_s),
                  QString());
         QCOMPARE(manager().Reboot(u"r"_s), 0);
-        QCOMPARE(take(), expected(u"1"_s, QString())); // as found the time before
+        QCOMPARE(take(), expected(u"1"_s, QString())); // as saved by the reboot before
 
         QCOMPARE(arrange(u"light on\nfail lightmanager.GetSwitch status 4"_s), QString());
         QCOMPARE(manager().Reboot(u"r"_s), 0);
@@ -276,7 +276,7 @@ private Q_SLOTS:
 
     void unwritableRecordStopsNothing_data()
     {
-        const Table<QString> row("obstacle"); // in the file's place; empty: even its folder is missing
+        const Table<QString> row("obstacle"); // what is in the file's place; empty: even its folder is missing
         row("folder missing", QString());
         row("a folder in the file's place", u"/tmp"_s);
         row("no space left", u"/dev/full"_s);

@@ -48,7 +48,7 @@ QString owners(ActionManager& manager)
     QStringList bands;
     QString previous;
     for (int charge = 0; charge <= 100; ++charge) {
-        (void)manager.reload(); // else a charge without a zone keeps the one before
+        (void)manager.reload(); // otherwise a charge without a zone keeps the previous zone
         const QString name = manager.zoneName(manager.setBatteryCharge(charge));
         if (name != previous) {
             bands.append(QString::number(charge) + u' ' + name);
@@ -65,7 +65,7 @@ class TstPowerZones : public PowerManagerFixture
 {
     Q_OBJECT
 
-    /// As PowerManagerFixture::take(), without the settings that are not waited for: their place is open.
+    /// As PowerManagerFixture::take(), without the calls that are not waited for: their place in the order varies.
     QStringList take()
     {
         static const QRegularExpression kOthers(
@@ -149,7 +149,7 @@ private Q_SLOTS:
         QCOMPARE(take(), (QStringList{reading(), u"log 9 Zone -1 not changed for charge 50"_s}));
 
         QVERIFY(QDir().rmdir(paths::zoneFile()));
-        QCOMPARE(mkfifo(qPrintable(paths::zoneFile()), 0600), 0); // would block a reader until somebody writes
+        QCOMPARE(mkfifo(qPrintable(paths::zoneFile()), 0600), 0); // opening it would block until there is a writer
         QVERIFY(manager.reload());
         QCOMPARE(manager.setBatteryCharge(50), -1);
     }
@@ -244,7 +244,7 @@ private Q_SLOTS:
     {
         QVERIFY(start() && serve());
         const QString told = u"\nexpect signal PowerZoneChanged Critical"_s;
-        QCOMPARE(run(u"charge 10"_s + told + told), QString()); // by the object, and over the bus
+        QCOMPARE(run(u"charge 10"_s + told + told), QString()); // from the object, and over the bus
     }
 
     void disabledActionsIgnoreTheCharge()
@@ -257,7 +257,7 @@ private Q_SLOTS:
         QCOMPARE(take(), (QStringList{u"log 4 PowerActions: 0 "_s, u"signal powermanager.ActionsEnabled(false)"_s,
                                       u"log 9 PowerActions disabled"_s}));
 
-        // The zone from before is still current, and asks nobody.
+        // The zone stays current, so no other service is called.
         QCOMPARE(arrange(u"charge 31\nexpect log disabled"_s), QString());
         manager().SetActionsEnabled(true);
         QCOMPARE(take(), (QStringList{u"log 4 PowerActions: 1 "_s, u"call statusmanager.GetStatus()"_s,
@@ -271,7 +271,7 @@ private Q_SLOTS:
         writeFile(paths::zoneFile(), "[Always]\nhigh_treshold=100\n");
         timeline().clear();
 
-        // Ignored: another type, a failed update. What comes next is the reload of the third.
+        // The first two are ignored: another type, a failed update. The third one reloads.
         QCOMPARE(run(u"update 3\nupdate 12 status 1\nupdate 12\nexpect log CurrZone"_s), QString());
 
         QCOMPARE(take(), (QStringList{u"log 4 PowerManager config loaded"_s, reading(), loaded(u"Always"_s, 0, 100),

@@ -50,7 +50,7 @@ public:
         waitForFinished();
     }
 
-    /// What has become of the process.
+    /// Whether the process runs, or how it ended.
     QString fate() const
     {
         return state() != NotRunning        ? u"running"_s
@@ -150,7 +150,7 @@ private Q_SLOTS:
 
         daemon.terminate();
 
-        QCOMPARE(device.run(u"stop statusmanager"_s), QString()); // the call that it did not answer ends
+        QCOMPARE(device.run(u"stop statusmanager"_s), QString()); // ends the unanswered call
         QTRY_COMPARE_WITH_TIMEOUT(daemon.fate(), u"exit 0"_s, kPatienceMs);
         QVERIFY(daemon.lines().constLast().endsWith(u": Succesfully terminated"));
     }
@@ -255,7 +255,7 @@ private Q_SLOTS:
         const QString served = reply.arguments().value(0).toString();
         QVERIFY2(served.contains(published.mid(begin, published.indexOf(end) + end.size() - begin)),
                  qPrintable(served));
-        // Nothing else of the object is exported, neither as an interface nor as one more method of it.
+        // Nothing else is exported, neither another interface nor another method.
         static const QRegularExpression kInterfaceName(u"<interface name=\"([^\"]*)\""_s);
         QStringList names;
         for (auto matches = kInterfaceName.globalMatch(served); matches.hasNext();) {

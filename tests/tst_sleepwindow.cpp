@@ -67,7 +67,7 @@ private Q_SLOTS:
         QCOMPARE(log, (QStringList{u"log 4 Sleep enable requested: startTime=%1, endTime=%2"_s.arg(start, end),
                                    u"log 9 Sleep is enabled (sleep_length=%1)"_s.arg(length)}));
         const auto match = QRegularExpression(u"^log 9 Will sleep in (\\d+) s$"_s).match(until);
-        // A second may pass between two looks at the clock.
+        // The second may change between two readings of the clock.
         const int error = match.captured(1).toInt() - (startsIn < 0 ? startsIn + 86400 : startsIn);
         QVERIFY2(match.hasMatch() && qAbs(error) <= 1, qPrintable(until));
         QVERIFY(manager.isArmed());
@@ -105,7 +105,7 @@ private Q_SLOTS:
         QCOMPARE(take(), (QStringList{request, error, request, error}));
         QTEST(manager.startTime(), "startKept");
         QTEST(manager.endTime(), "endKept");
-        QVERIFY(manager.isArmed() && !unarmed.isArmed()); // the window from before stays due
+        QVERIFY(manager.isArmed() && !unarmed.isArmed()); // the earlier window stays armed
     }
 
     void noWindowArmsNothing()
@@ -119,7 +119,7 @@ private Q_SLOTS:
         const QString disabled = u"log 9 Sleep is disabled (sleep_length=0)"_s;
         QCOMPARE(take(), (QStringList{u"log 4 Sleep disable requested"_s, disabled}));
         QVERIFY(!manager.isArmed());
-        QCOMPARE(manager.startTime(), QTime(12, 0)); // both are kept
+        QCOMPARE(manager.startTime(), QTime(12, 0)); // the times are kept
         QCOMPARE(manager.endTime(), QTime(13, 0));
 
         QVERIFY(manager.setSleep(true, u"12:00:00"_s, u"13:00:00"_s));
@@ -132,7 +132,7 @@ private Q_SLOTS:
     {
         SleepManager manager(nullptr);
         QSignalSpy sleeps(&manager, &SleepManager::SleepTimeout);
-        // A start in this very second; where the second has just passed, the next try has all of one.
+        // Starts in this very second. If it has just passed, the next try has a whole one.
         do {
             QVERIFY(manager.setSleep(true, inSeconds(0), inSeconds(27000)));
         } while (take().constLast() != u"log 9 Will sleep in 0 s");
@@ -150,7 +150,7 @@ private Q_SLOTS:
     {
         QVERIFY(start());
         QCOMPARE(arrange(u"fail freqmanager.SetWakeup status 1"_s), QString());
-        QCOMPARE(manager().SetSleepEnabled(false, QString(), QString()), 0); // counts for the window before alone
+        QCOMPARE(manager().SetSleepEnabled(false, QString(), QString()), 0); // does not disable the next window
         QString begin;
         QString end;
         bool isEnabled = false;
@@ -174,7 +174,7 @@ private Q_SLOTS:
         QCOMPARE(manager().IsSleepEnabled(isEnabled, begin, end), 0);
         QVERIFY(!isEnabled && begin.isEmpty() && end.isEmpty());
 
-        // Refused, but the client is answered and told all the same.
+        // The times are refused, but the client gets its answer and the signal all the same.
         QCOMPARE(manager().SetSleepEnabled(true, u"soon"_s, u"late"_s), 0);
         QCOMPARE(take().mid(1),
                  (QStringList{u"log 1 StartTime is invalid"_s, u"signal powermanager.SleepEnabled(true)"_s}));
@@ -186,7 +186,7 @@ private Q_SLOTS:
         QVERIFY(!isEnabled);
         QCOMPARE(begin + u' ' + end, u"12:00:00 13:00:00"_s);
 
-        // Even a timer that fires now reaches nobody.
+        // A timer that fires now has no effect.
         Q_EMIT manager().findChild<SleepManager*>()->SleepTimeout(u"2024-01-01 00:00:00"_s);
         QCOMPARE(take(), QStringList());
     }

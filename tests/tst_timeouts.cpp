@@ -13,12 +13,12 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// What cannot be shown without letting the device's own times pass.
+/// The behaviour that shows only after the device's own times have really passed.
 class TstTimeouts : public PowerManagerFixture
 {
     Q_OBJECT
 
-    /// When the log lines that contain a text came, in milliseconds on the timeline's clock.
+    /// The times of the log lines that contain a text, in milliseconds on the timeline's clock.
     static QList<qint64> timesOf(const QString& text)
     {
         QList<qint64> times;
@@ -40,11 +40,11 @@ private Q_SLOTS:
         QList<qint64> begins;
 
         buttons.OnEvent(Event(kResetEvent, true));
-        // A timer that may round goes for a whole second: of two that begin half a second apart, one would be early.
+        // A coarse timer rounds to a whole second: of two that begin half a second apart, one would end early.
         for (SleepManager& window : windows) {
             begins.append(timeline().elapsedMs());
-            buttons.OnEvent(Event(kSeekEvent, begins.size() == 1)); // let go, the soft countdown begins beside the hard
-            // Again where the second has just passed.
+            buttons.OnEvent(Event(kSeekEvent, begins.size() == 1)); // released: the soft countdown joins the hard one
+            // Repeated if the second has just changed.
             do {
                 const QTime now = QTime::currentTime();
                 QVERIFY(window.setSleep(true, now.addSecs(5).toString(u"hh:mm:ss"_s), now.toString(u"hh:mm:ss"_s)));
@@ -66,7 +66,7 @@ private Q_SLOTS:
 
     void loadIsSampledOnceASecond()
     {
-        QVERIFY(QFile::remove(cpuCounters())); // which every sample reports
+        QVERIFY(QFile::remove(cpuCounters())); // so that every sample logs an error
         LoadMonitor monitor(nullptr);
         const qint64 begin = timeline().elapsedMs();
 
@@ -92,7 +92,7 @@ private Q_SLOTS:
         const QStringList lines = take();
         QVERIFY(lines.contains(u"log 1 Clear data failed ...! Continuing anyway with SoftReset... "_s));
         QVERIFY(lines.constLast().startsWith(u"log 4 Succesfully Soft Reset! Rebooting..."));
-        // What it has started is not left running, though nobody may have waited for it yet.
+        // The script's child was killed as well; it may still be a zombie.
         QFile pid(script + u".pid"_s);
         QVERIFY(pid.open(QIODevice::ReadOnly));
         QFile child(u"/proc/"_s + QString::fromLatin1(pid.readAll().trimmed()) + u"/stat");

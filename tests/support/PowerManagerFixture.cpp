@@ -27,7 +27,7 @@ void PowerManagerFixture::init()
 {
     static LogInterface log{QString()};
     _logInterface = &log;
-    // A new bus connection holds messages back until the event loop runs, and then delivers them after later ones.
+    // Until the event loop has run, a new bus connection holds messages back, and then delivers them after later ones.
     (void)QDBusConnection::sessionBus();
     QCoreApplication::processEvents();
     QTest::failOnWarning(QRegularExpression(u".*"_s));

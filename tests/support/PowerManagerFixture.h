@@ -11,9 +11,8 @@
 
 #include <memory>
 
-/// Base of the tests of the power daemon's classes. Every test function has a new simulated device, with its folders
-/// empty, its zone file missing and its CPU idle; the PowerManager amid it begins with start(). Warnings of Qt fail the
-/// test.
+/// Base of the tests of the power daemon's classes. Every test function has a new simulated device with empty folders,
+/// no zone file and an idle CPU; start() creates the PowerManager. A warning from Qt fails the test.
 class PowerManagerFixture : public QObject
 {
     Q_OBJECT
@@ -23,21 +22,21 @@ protected:
 
     /// Runs init(). Its signals go to the timeline as if they came over the bus. @return what init() returned
     [[nodiscard]] bool start();
-    /// Puts the started PowerManager on the bus, until the test function ends. @return whether that went well
+    /// Serves the started PowerManager on the bus until the test function ends. @return whether that succeeded
     [[nodiscard]] bool serve();
 
     [[nodiscard]] SimulatedDevice& device();
     [[nodiscard]] PowerManager& manager();
 
-    /// The file in place of the kernel's CPU time counters.
+    /// The file that replaces the kernel's CPU time counters.
     [[nodiscard]] static QString cpuCounters();
 
     /// As SimulatedDevice::run().
     [[nodiscard]] QString run(const QString& lines);
-    /// As run(), and forgets what came of it.
+    /// As run(), and clears the timeline.
     [[nodiscard]] QString arrange(const QString& lines);
 
-    /// What the power daemon logged, asked, drove and announced since the last call, in order.
+    /// The power daemon's log lines, calls, GPIO writes, pauses and signals since the last call, in order.
     [[nodiscard]] QStringList take();
 
 protected Q_SLOTS:

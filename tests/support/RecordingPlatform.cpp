@@ -28,7 +28,7 @@ void recordPause(const QString& length)
     sigset_t blocked;
     pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
     timeline().add(Timeline::Kind::Pause, sigismember(&blocked, SIGTERM) == 1 ? length : length + u" or a signal"_s);
-    // A copy: what runs may set another one.
+    // A copy: the action may set another one.
     if (const auto action = duringPause()) {
         action();
     }
