@@ -303,9 +303,9 @@ private Q_SLOTS:
             setDuringPause(nullptr);
             device().invoke([](Simulator& simulator) {
                 const InterfaceDescription& daemon = simulator.catalogue().powerDaemon();
-                simulator.callPowerDaemon(*daemon.findMethod(u"SetActionsEnabled"_s), {false});
-                simulator.callPowerDaemon(*daemon.findMethod(u"Reboot"_s), {u"second"_s});
-                simulator.callPowerDaemon(*daemon.findMethod(u"IsActionsEnabled"_s), {});
+                simulator.powerDaemon().call(*daemon.findMethod(u"SetActionsEnabled"_s), {false});
+                simulator.powerDaemon().call(*daemon.findMethod(u"Reboot"_s), {u"second"_s});
+                simulator.powerDaemon().call(*daemon.findMethod(u"IsActionsEnabled"_s), {});
             });
         });
 

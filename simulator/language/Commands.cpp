@@ -27,7 +27,7 @@ void help(ScenarioRunner& runner)
 const QList<Command>& commands()
 {
     static const QList<Command> kList =
-        deviceCommands() + busCommands() + lookingCommands() +
+        deviceCommands() + serviceCommands() + expectCommands() +
         QList<Command>{
             {"help <command...>", "lists the commands, or those that begin with the words given", kLooks, &help},
         };

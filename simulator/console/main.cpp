@@ -159,7 +159,8 @@ bool Program::begin()
     m_timeline.note(u"the device's services are on the bus"_s);
     if (m_daemon) {
         // What is done to the device is meant for a daemon that is there.
-        connect(&m_simulator, &Simulator::powerDaemonUp, this, &Program::beginLines, Qt::SingleShotConnection);
+        connect(&m_simulator.powerDaemon(), &PowerDaemonClient::up, this, &Program::beginLines,
+                Qt::SingleShotConnection);
         m_daemon->start();
         QTimer::singleShot(kStartTime, this, [this] {
             if (!m_hasBegun && !m_isEnding) {

@@ -140,7 +140,7 @@ bool isPartOn(const Device& device, const QString& part)
 
 } // namespace
 
-QList<Command> lookingCommands()
+QList<Command> expectCommands()
 {
     return {
         // Looking

@@ -104,7 +104,7 @@ QList<Command> deviceCommands()
              const QTime begin = QTime::currentTime().addSecs(runner.value(u"begin"_s).toInt());
              const QString start = begin.toString(u"HH:mm:ss"_s);
              const QString end = begin.addSecs(runner.value(u"length"_s).toInt()).toString(u"HH:mm:ss"_s);
-             runner.simulator().callPowerDaemon(
+             runner.simulator().powerDaemon().call(
                  *runner.simulator().catalogue().powerDaemon().findMethod(u"SetSleepEnabled"_s), {true, start, end});
          }},
         {"camera <switch:on|off>", "switches the camera; the photo service tells it", kActs,

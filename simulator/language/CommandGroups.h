@@ -11,5 +11,5 @@ constexpr bool kLooks = false;
 /// The groups of commands, a source file each: what is done to the device and its parts; to its services, their members
 /// and the power daemon's process; and what only looks.
 [[nodiscard]] QList<Command> deviceCommands();
-[[nodiscard]] QList<Command> busCommands();
-[[nodiscard]] QList<Command> lookingCommands();
+[[nodiscard]] QList<Command> serviceCommands();
+[[nodiscard]] QList<Command> expectCommands();

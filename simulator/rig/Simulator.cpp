@@ -4,8 +4,6 @@
 
 #include "DBusValues.h"
 
-#include <QDBusError>
-#include <QDBusPendingCallWatcher>
 #include <QDateTime>
 
 #include <algorithm>
@@ -16,9 +14,6 @@ using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
-
-/// A power action blocks the power daemon for 7.5 s and the replies it waits for; a suspend lasts as long as it lasts.
-constexpr int kDaemonCallTimeoutMs = 600'000;
 
 /// A timer counts its milliseconds as an int, which ends at 24.8 days: a longer standby is waited for in parts.
 constexpr std::chrono::milliseconds kLongestTimer = 24h;
@@ -31,7 +26,7 @@ Simulator::Simulator(Timeline& timeline, const QString& root, const QString& gpi
       m_files(root),
       m_lines(gpioRoot, timeline),
       m_wakeUpTimer(this),
-      m_observerName(u"observer-"_s + QString::number(reinterpret_cast<quintptr>(this), 16))
+      m_powerDaemon(m_catalogue.powerDaemon(), timeline)
 {
     for (const InterfaceDescription& description : m_catalogue.services()) {
         auto* simulated = new SimulatedService(description, m_device, m_timeline, this);
@@ -45,7 +40,6 @@ Simulator::Simulator(Timeline& timeline, const QString& root, const QString& gpi
 
 Simulator::~Simulator()
 {
-    QDBusConnection::disconnectFromBus(m_observerName);
     // Not as children: those end after the members, among them the catalogue whose names they give back to the bus.
     qDeleteAll(m_services);
 }
@@ -63,21 +57,8 @@ bool Simulator::prepareFiles(QString* error)
 
 bool Simulator::start(const QStringList& without, QString* error)
 {
-    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, m_observerName);
-    if (!bus.isConnected()) {
-        *error = u"no session bus: "_s + bus.lastError().message();
+    if (!m_powerDaemon.start(error)) {
         return false;
-    }
-    const InterfaceDescription& daemon = m_catalogue.powerDaemon();
-    m_daemonWatcher.setConnection(bus);
-    m_daemonWatcher.addWatchedService(daemon.busName);
-    connect(&m_daemonWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &Simulator::onPowerDaemonOwnerChanged);
-    for (const MemberDescription& signal : daemon.signalList) {
-        if (!bus.connect(daemon.busName, daemon.objectPath, daemon.interfaceName, signal.name, this,
-                         SLOT(onPowerDaemonSignal(QDBusMessage)))) {
-            *error = u"can't observe "_s + signal.name + u" of the power daemon"_s;
-            return false;
-        }
     }
     for (const InterfaceDescription& description : m_catalogue.services()) {
         if (!without.contains(description.service) && !m_services.value(description.service)->start(error)) {
@@ -105,6 +86,11 @@ const DeviceFiles& Simulator::files() const
 GpioLines& Simulator::lines()
 {
     return m_lines;
+}
+
+PowerDaemonClient& Simulator::powerDaemon()
+{
+    return m_powerDaemon;
 }
 
 LoadGenerator& Simulator::load()
@@ -198,43 +184,4 @@ void Simulator::wakeUp()
 void Simulator::restartDevice()
 {
     m_device.restart();
-}
-
-void Simulator::callPowerDaemon(const MemberDescription& method, const QVariantList& arguments)
-{
-    const InterfaceDescription& daemon = m_catalogue.powerDaemon();
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(daemon.busName, daemon.objectPath, daemon.interfaceName, method.name);
-    call.setArguments(arguments);
-    const QString name = daemon.service + u'.' + method.name;
-    m_timeline.add(Timeline::Kind::Request, name, dbusvalues::toTexts(arguments));
-    auto* watcher =
-        new QDBusPendingCallWatcher(QDBusConnection(m_observerName).asyncCall(call, kDaemonCallTimeoutMs), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, name, watcher] { onAnswer(name, watcher); });
-}
-
-void Simulator::onAnswer(const QString& method, QDBusPendingCallWatcher* watcher)
-{
-    const QStringList answer = watcher->isError()
-                                   ? QStringList{u"error"_s, watcher->error().name(), watcher->error().message()}
-                                   : dbusvalues::toTexts(watcher->reply().arguments());
-    m_timeline.add(Timeline::Kind::Answer, method, answer);
-    watcher->deleteLater();
-}
-
-void Simulator::onPowerDaemonOwnerChanged(const QString&, const QString& oldOwner, const QString& newOwner)
-{
-    if (!oldOwner.isEmpty()) {
-        m_timeline.add(Timeline::Kind::Process, u"down"_s);
-    }
-    if (!newOwner.isEmpty()) {
-        m_timeline.add(Timeline::Kind::Process, u"up"_s);
-        Q_EMIT powerDaemonUp();
-    }
-}
-
-void Simulator::onPowerDaemonSignal(const QDBusMessage& message)
-{
-    m_timeline.add(Timeline::Kind::Signal, m_catalogue.powerDaemon().service + u'.' + message.member(),
-                   dbusvalues::toTexts(message.arguments()));
 }

@@ -2,25 +2,21 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Catalogue.h"
 #include "Device.h"
 #include "DeviceFiles.h"
 #include "GpioLines.h"
-#include "Catalogue.h"
 #include "LoadGenerator.h"
+#include "PowerDaemonClient.h"
 #include "SimulatedService.h"
 #include "Timeline.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusServiceWatcher>
 #include <QHash>
 #include <QObject>
 #include <QTimer>
 
-class QDBusPendingCallWatcher;
-
-/// The device around the power daemon: its state, its services on the session bus, and an observer of the power
-/// daemon's own interface. Everything that happens is written to the timeline.
+/// The device around the power daemon: its state, its services on the session bus, and the power daemon as a client
+/// sees it. Everything that happens is written to the timeline.
 ///
 /// Lives on one thread with an event loop, which need not be the program's main thread.
 class Simulator : public QObject
@@ -46,6 +42,7 @@ public:
     [[nodiscard]] Device& device();
     [[nodiscard]] const DeviceFiles& files() const;
     [[nodiscard]] GpioLines& lines();
+    [[nodiscard]] PowerDaemonClient& powerDaemon();
     /// The load on the machine's own CPU.
     [[nodiscard]] LoadGenerator& load();
     [[nodiscard]] Timeline& timeline();
@@ -72,19 +69,10 @@ public:
     /// The device starts anew; its services stay on the bus.
     void restartDevice();
 
-    /// Calls a method of the power daemon; request and answer go to the timeline, this function does not wait.
-    void callPowerDaemon(const MemberDescription& method, const QVariantList& arguments);
-
 Q_SIGNALS:
-    /// The power daemon took its name on the bus.
-    void powerDaemonUp();
     /// The frequency service was asked to restart the device, or to power it off.
     void rebootRequested();
     void shutdownRequested();
-
-private Q_SLOTS:
-    void onPowerDaemonOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
-    void onPowerDaemonSignal(const QDBusMessage& message);
 
 private:
     Q_DISABLE_COPY_MOVE(Simulator)
@@ -92,7 +80,6 @@ private:
     void onCalled(const QString& method);
     /// Goes on with the standby, or ends it where its time is over.
     void sleepOn();
-    void onAnswer(const QString& method, QDBusPendingCallWatcher* watcher);
 
     Timeline& m_timeline;
     Catalogue m_catalogue;
@@ -102,6 +89,5 @@ private:
     LoadGenerator m_load;
     QTimer m_wakeUpTimer;                         ///< runs while the device is in standby
     QHash<QString, SimulatedService*> m_services; ///< by short name; children
-    QString m_observerName;                       ///< of the observer's own bus connection
-    QDBusServiceWatcher m_daemonWatcher;
+    PowerDaemonClient m_powerDaemon;
 };

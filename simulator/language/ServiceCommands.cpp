@@ -63,7 +63,7 @@ DaemonProcess* ownDaemon(ScenarioRunner& runner)
 
 } // namespace
 
-QList<Command> busCommands()
+QList<Command> serviceCommands()
 {
     return {
         // The bus
@@ -79,8 +79,8 @@ QList<Command> busCommands()
          "calls a method of the power daemon; its answer comes later (see \"expect answer\")", kActs,
          [](ScenarioRunner& runner) {
              const InterfaceDescription& daemon = runner.simulator().catalogue().powerDaemon();
-             runner.simulator().callPowerDaemon(*daemon.findMethod(runner.value(u"operation"_s).toString()),
-                                                runner.value(u"arguments"_s).toList());
+             runner.simulator().powerDaemon().call(*daemon.findMethod(runner.value(u"operation"_s).toString()),
+                                                   runner.value(u"arguments"_s).toList());
          },
          [](QVariantMap& values, const Catalogue& catalogue) {
              return convertArguments(values, u"arguments"_s,
