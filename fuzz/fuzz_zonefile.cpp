@@ -1,9 +1,12 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
 #include "ActionManager.h"
+#include "BinaryValues.h"
 #include "Fuzzing.h"
+#include "ZoneReader.h"
 
 #include <QList>
+#include <QSettings>
 #include <QTemporaryFile>
 
 #include <limits>
@@ -25,6 +28,15 @@ QList<int> zonesOf(ActionManager& manager)
     return zones;
 }
 
+QStringList namesOf(const QList<PowerZone>& zones)
+{
+    QStringList names;
+    for (const PowerZone& zone : zones) {
+        names.append(zone.name);
+    }
+    return names;
+}
+
 } // namespace
 
 int LLVMFuzzerInitialize(int*, char***)
@@ -36,8 +48,18 @@ int LLVMFuzzerInitialize(int*, char***)
 /// The input is a zone file.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
+    const QByteArray content = fuzzing::bytes(data, size);
+    const QByteArray harmless = withoutBinaryValues(content);
+    fuzzing::require(withoutBinaryValues(harmless) == harmless, "what is left out is left out at once");
+
     QTemporaryFile file; // a new file each time: Qt caches the files it has read
-    if (!file.open() || file.write(fuzzing::bytes(data, size)) < 0 || !file.flush()) {
+    if (!file.open() || file.write(harmless) < 0 || !file.flush()) {
+        qFatal("%s", qPrintable(file.errorString()));
+    }
+    const QSettings settings(file.fileName(), QSettings::IniFormat);
+    fuzzing::require(settings.childGroups() == namesOf(parseZones(content)), "each group of the file is a zone");
+
+    if (!file.resize(0) || !file.seek(0) || file.write(content) < 0 || !file.flush()) {
         qFatal("%s", qPrintable(file.errorString()));
     }
     ActionManager manager(nullptr);

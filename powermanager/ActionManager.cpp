@@ -2,17 +2,13 @@
 // SPDX-License-Identifier: MIT
 #include "ActionManager.h"
 
-#include "BinaryValues.h"
 #include "BlockingCall.h"
 #include "LightManagerProxy.h"
 #include "Log.h"
 #include "SoundManagerProxy.h"
-
-#include <QFileInfo>
-#include <QSettings>
+#include "ZoneReader.h"
 
 #include <algorithm>
-#include <limits>
 
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -20,8 +16,6 @@
 
 namespace {
 
-constexpr int kMaxCharge = 100;
-constexpr int kNoZone = -1;
 /// The name reported when no zone applies.
 constexpr char kNoZoneName[] = "None";
 
@@ -29,28 +23,6 @@ constexpr char kNoZoneName[] = "None";
 constexpr double kAssumedVolume = 128.0;
 /// What an unreadable light intensity counts as, in percent.
 constexpr uint kAssumedIntensity = 100;
-
-/// A whole number of the zone file. Text that is not one reads as 0; a number beyond the range of int, up to 64 bits,
-/// as the range's end, so that the bounds' clamps still see it.
-int readNumber(const QSettings& settings, const QString& group, const QString& key, int missing)
-{
-    const QVariant value = settings.value(group + u'/' + key);
-    if (!value.isValid()) {
-        return missing;
-    }
-    constexpr qlonglong kLowest = std::numeric_limits<int>::min();
-    constexpr qlonglong kHighest = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp(value.toString().toLongLong(), kLowest, kHighest));
-}
-
-PowerZone readZone(const QSettings& settings, const QString& group)
-{
-    // "treshold": kept, the device's zone files are spelled so.
-    return {group, std::max(0, readNumber(settings, group, QStringLiteral("low_treshold"), 0)),
-            std::min(kMaxCharge, readNumber(settings, group, QStringLiteral("high_treshold"), 0)),
-            readNumber(settings, group, QStringLiteral("volume"), -1),
-            readNumber(settings, group, QStringLiteral("light"), -1)};
-}
 
 /// Gives memory back to the system when it goes. The reader of a long zone file works with many times what stays of it,
 /// which the C library would keep for good.
@@ -69,11 +41,6 @@ private:
     Q_DISABLE_COPY_MOVE(MemoryTrimmer)
 };
 
-int width(const PowerZone& zone)
-{
-    return zone.highThreshold - zone.lowThreshold;
-}
-
 } // namespace
 
 ActionManager::ActionManager(QObject* parent) : QObject(parent) {}
@@ -83,8 +50,8 @@ bool ActionManager::configure(const QString& filePath, SoundManagerProxy* sound,
     m_filePath = filePath;
     m_sound = sound;
     m_light = light;
-    m_zones.clear();
-    m_currentZone = kNoZone;
+    m_table = ZoneTable();
+    m_currentZone = ZoneTable::kNoZone;
     return reload();
 }
 
@@ -92,48 +59,31 @@ bool ActionManager::reload()
 {
     const MemoryTrimmer trimmer; // outlives the reader
     POWER_LOG(LogLevel::Detail, "Reading %s", qPrintable(m_filePath));
-    // Anything else in the file's place has no zones, like a missing file; a pipe would block the reader for ever.
-    const bool isReadable = QFileInfo(m_filePath).isFile() && !mayHaveBinaryValue(m_filePath);
-    const QSettings settings(isReadable ? m_filePath : QStringLiteral("/dev/null"), QSettings::IniFormat);
-    const QStringList groups = settings.childGroups();
-    m_zones.clear();
-    for (const QString& group : groups) {
-        const PowerZone zone = readZone(settings, group);
-        const bool isBand = zone.lowThreshold < zone.highThreshold;
-        if (isBand) {
-            m_zones.append(zone);
-        }
-        POWER_LOG(LogLevel::Info, isBand ? "Loaded zone %s from %d%% to %d%%" : "Skipped zone %s from %d%% to %d%%",
+    const QList<PowerZone> zones = parseZones(readZoneFile(m_filePath));
+    for (const PowerZone& zone : zones) {
+        POWER_LOG(LogLevel::Info,
+                  zone.isBand() ? "Loaded zone %s from %d%% to %d%%" : "Skipped zone %s from %d%% to %d%%",
                   qPrintable(zone.name), zone.lowThreshold, zone.highThreshold);
     }
-
-    m_chargeTable = QList<int>(kMaxCharge + 1, kNoZone);
-    m_currentZone = kNoZone;
-    // Stable, so that among overlapping zones of equal width the one listed first wins.
-    std::stable_sort(m_zones.begin(), m_zones.end(),
-                     [](const PowerZone& a, const PowerZone& b) { return width(a) < width(b); });
-    // Narrow zones are written over wide ones. The lower bound is exclusive: no zone owns a charge of 0.
-    for (int index = static_cast<int>(m_zones.size()) - 1; index >= 0; --index) {
-        const PowerZone& zone = m_zones.at(index);
-        std::fill(m_chargeTable.begin() + zone.lowThreshold + 1, m_chargeTable.begin() + zone.highThreshold + 1, index);
-    }
+    m_table = ZoneTable(zones);
+    m_currentZone = ZoneTable::kNoZone;
     return true;
 }
 
 int ActionManager::setBatteryCharge(int charge)
 {
-    const int clamped = std::clamp(charge, 0, kMaxCharge);
-    const int index = m_chargeTable.value(clamped, kNoZone);
+    const int clamped = std::clamp(charge, 0, ZoneTable::kMaxCharge);
+    const int index = m_table.zoneAt(clamped);
     if (index == m_currentZone) {
         POWER_LOG(LogLevel::Detail, "Zone %d not changed for charge %d", index, clamped);
         return m_currentZone;
     }
-    if (index < 0 || index >= m_zones.size()) {
+    if (index < 0 || index >= m_table.zones().size()) {
         POWER_LOG(LogLevel::Warning, "Undefined zone index %d for charge %d", index, clamped);
         return m_currentZone;
     }
     m_currentZone = index;
-    const PowerZone zone = m_zones.at(index);
+    const PowerZone zone = m_table.zones().at(index);
     const QByteArray name = zone.name.toLocal8Bit();
     POWER_LOG(LogLevel::Info, "Setting zone %s params", name.constData());
     // The two settings are not waited for, and not tried again: the zone counts as applied.
@@ -195,5 +145,6 @@ int ActionManager::currentZone() const
 
 QString ActionManager::zoneName(int index) const
 {
-    return index >= 0 && index < m_zones.size() ? m_zones.at(index).name : QString::fromLatin1(kNoZoneName);
+    return index >= 0 && index < m_table.zones().size() ? m_table.zones().at(index).name
+                                                        : QString::fromLatin1(kNoZoneName);
 }

@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "PowerZone.h"
+#include "ZoneTable.h"
 
-#include <QList>
 #include <QObject>
 #include <QString>
 
@@ -58,10 +57,9 @@ private:
     /// The present intensity of the light in percent; nothing where the light service does not tell it.
     [[nodiscard]] std::optional<uint> currentIntensity() const;
 
-    int m_currentZone = -1;
+    int m_currentZone = ZoneTable::kNoZone;
     QString m_filePath;
     SoundManagerProxy* m_sound = nullptr;
     LightManagerProxy* m_light = nullptr;
-    QList<PowerZone> m_zones; ///< narrowest first
-    QList<int> m_chargeTable; ///< zone index for each percent from 0 to 100, -1 for none
+    ZoneTable m_table;
 };

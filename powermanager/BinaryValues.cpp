@@ -3,11 +3,22 @@
 #include "BinaryValues.h"
 
 #include <QByteArray>
-#include <QFile>
 
+#include <algorithm>
 #include <cctype>
+#include <iterator>
+#include <optional>
 
 namespace {
+
+constexpr QByteArrayView kBinaryForms[] = {"@Variant(", "@DateTime("};
+
+/// A character of a value as Qt's reader takes it from a file, and where it is written.
+struct Character
+{
+    char16_t value;
+    qsizetype begin;
+};
 
 /// The value of a digit, of either case; negative for what is none of that base.
 int digitValue(char character, int base)
@@ -16,68 +27,103 @@ int digitValue(char character, int base)
     return static_cast<int>(QByteArrayView("0123456789abcdef").first(base).indexOf(lower));
 }
 
-/// The next character of a value as Qt's reader takes it from a file: any may be an escape, of which 16 bits count.
-/// Passes over what that reader may take out: blanks, quotes, parts of longer characters, escapes of nothing.
-/// @return 0 at the end
-char16_t nextCharacter(QByteArrayView text, qsizetype* at)
+/// What an escape stands for, "at" being behind its backslash and moved to its end; nothing for one that Qt's reader
+/// leaves out. Of a number, 16 bits count.
+std::optional<char16_t> unescaped(QByteArrayView text, qsizetype* at)
 {
-    while (*at < text.size()) {
-        const auto byte = static_cast<uchar>(text.at((*at)++));
-        if (byte != '\\') {
-            if (byte > ' ' && byte < 0x80 && byte != '"') {
-                return byte;
-            }
-            continue;
-        }
-        const bool isHex = *at < text.size() && text.at(*at) == 'x';
-        const int base = isHex ? 16 : 8;
-        const qsizetype begin = *at + (isHex ? 1 : 0);
-        qsizetype end = begin;
-        char16_t value = 0;
-        for (; end < text.size(); ++end) {
-            const int digit = digitValue(text.at(end), base);
-            if (digit < 0) {
-                break;
-            }
-            value = static_cast<char16_t>(value * base + digit);
-        }
-        if (end > begin) {
-            *at = end;
-            return value;
-        }
-        ++*at; // with the character behind the backslash
+    if (*at == text.size()) {
+        return std::nullopt;
     }
-    return 0;
+    const bool isHex = text.at(*at) == 'x';
+    const int base = isHex ? 16 : 8;
+    const qsizetype begin = *at + (isHex ? 1 : 0);
+    qsizetype end = begin;
+    char16_t value = 0;
+    for (; end < text.size() && digitValue(text.at(end), base) >= 0; ++end) {
+        value = static_cast<char16_t>(value * base + digitValue(text.at(end), base));
+    }
+    if (end > begin) {
+        *at = end;
+        return value;
+    }
+    constexpr QByteArrayView kLetters("abfnrtv\"?'\\");
+    const qsizetype letter = kLetters.indexOf(text.at((*at)++));
+    return letter < 0 ? std::nullopt : std::optional(u"\a\b\f\n\r\t\v\"?'\\"[letter]);
 }
 
-bool beginsWith(QByteArrayView text, const char* word)
+/// The next character of a value, "at" moved behind it. Passes over what the reader may take out: blanks, quotes, parts
+/// of longer characters, escapes of nothing.
+std::optional<Character> nextCharacter(QByteArrayView text, qsizetype* at)
 {
-    qsizetype at = 0;
-    while (*word != '\0' && nextCharacter(text, &at) == static_cast<uchar>(*word)) {
-        ++word;
+    while (*at < text.size()) {
+        const qsizetype begin = (*at)++;
+        const auto byte = static_cast<uchar>(text.at(begin));
+        if (byte == '\\') {
+            if (const std::optional<char16_t> value = unescaped(text, at)) {
+                return Character{*value, begin};
+            }
+        } else if (byte > ' ' && byte < 0x80 && byte != '"') {
+            return Character{byte, begin};
+        }
     }
-    return *word == '\0';
+    return std::nullopt;
+}
+
+/// Whether the data of a binary value are a single number or text, by the type that their first four bytes tell.
+bool isNumberOrText(QByteArrayView data)
+{
+    uint type = 0;
+    qsizetype at = 0;
+    for (int i = 0; i < 4; ++i) {
+        const qsizetype expected = at;
+        const std::optional<Character> byte = nextCharacter(data, &at);
+        if (!byte || byte->begin != expected || byte->value > 0xff) {
+            return false;
+        }
+        type = type << 8 | byte->value;
+    }
+    // As Qt's streams number them: Boolean, integers and floating point up to 6, a character, a text, a byte array; the
+    // other widths of numbers.
+    return (type >= 1 && type <= 7) || type == 10 || type == 12 || (type >= 129 && type <= 135);
 }
 
 } // namespace
 
-bool mayHaveBinaryValue(const QString& filePath)
+QByteArray withoutBinaryValues(const QByteArray& iniText)
 {
-    QFile file(filePath);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return false;
+    if (!iniText.contains('@') && !iniText.contains('\\')) {
+        return iniText; // the usual file, and the cheap answer
     }
-    const QByteArray content = file.readAll();
-    if (!content.contains('@') && !content.contains('\\')) {
-        return false; // the usual file, and the cheap answer
-    }
-    for (qsizetype at = 0; at < content.size(); ++at) {
-        if (content.at(at) == '=' || content.at(at) == ',') {
-            const QByteArrayView value = QByteArrayView(content).sliced(at + 1);
-            if (beginsWith(value, "@Variant(") || beginsWith(value, "@DateTime(")) {
-                return true;
-            }
+    // A value, or an element of a list, begins behind each '=' and ','. Those of a comment, a text or a name are not
+    // told apart from these: what is changed there does not matter.
+    QByteArray result;
+    QByteArray beginning; // of the value, as far as it may be a binary form
+    bool isOpen = false;
+    qsizetype valueBegin = 0;
+    qsizetype copied = 0;
+    qsizetype at = 0;
+    while (const std::optional<Character> character = nextCharacter(iniText, &at)) {
+        const char written = iniText.at(character->begin);
+        if (written == '=' || written == ',') {
+            beginning.truncate(0);
+            isOpen = true;
+            continue;
+        }
+        if (!isOpen) {
+            continue;
+        }
+        if (beginning.isEmpty()) {
+            valueBegin = character->begin;
+        }
+        beginning += character->value < 0x80 ? static_cast<char>(character->value) : '\0';
+        isOpen = std::any_of(std::begin(kBinaryForms), std::end(kBinaryForms),
+                             [&beginning](QByteArrayView form) { return form.startsWith(beginning); });
+        if (isOpen && beginning.endsWith('(') && !isNumberOrText(QByteArrayView(iniText).sliced(at))) {
+            // As names spell '@', and the '/' that a backslash is in them: of a value, it makes a text.
+            result += QByteArrayView(iniText).sliced(copied, valueBegin - copied);
+            result += iniText.at(valueBegin) == '@' ? "%40" : "%2F";
+            copied = valueBegin + 1;
         }
     }
-    return false;
+    return result += QByteArrayView(iniText).sliced(copied);
 }

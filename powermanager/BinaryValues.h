@@ -2,9 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-class QString;
+class QByteArray;
 
-/// Whether an INI file may have a value in one of the binary forms "@Variant(...)" and "@DateTime(...)", which Qt's
-/// reader takes from any key. One that nests too deep for the stack would end the process. False for a file that can't
-/// be read.
-[[nodiscard]] bool mayHaveBinaryValue(const QString& filePath);
+/// An INI file's text with its binary values, "@Variant(...)" and "@DateTime(...)", turned into plain text. Qt's reader
+/// takes these forms from any key, foreign ones included, and trusts what they hold: one that nests too deep for the
+/// stack, or tells a false length, ends the process. Kept are single numbers and texts, which it reads safely, and all
+/// else, byte for byte but for other spellings of the same names.
+[[nodiscard]] QByteArray withoutBinaryValues(const QByteArray& iniText);

@@ -12,4 +12,10 @@ struct PowerZone
     int highThreshold; ///< upper bound in percent, inclusive; at most 100
     int volume;        ///< ceiling of the master volume; negative: the volume is left alone
     int light;         ///< ceiling of the light's intensity; negative: the light is left alone
+
+    /// Whether any charge lies between the bounds.
+    [[nodiscard]] bool isBand() const
+    {
+        return lowThreshold < highThreshold;
+    }
 };

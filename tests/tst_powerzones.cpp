@@ -3,12 +3,15 @@
 #include "ActionManager.h"
 #include "Paths.h"
 #include "PowerManagerFixture.h"
+#include "ZoneReader.h"
 
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -113,7 +116,13 @@ private Q_SLOTS:
         row("a binary value, deeper than the stack",
             "[A]\nhigh_treshold=40\n[B]\nx= \"@\"\\126ariant(" +
                 QByteArray("\\0\\0\\0\\x9\\0\\0\\0\\x1").repeated(100'000) + ")\n",
-            {}, u"0 None"_s);
+            {loaded(u"A"_s, 0, 40), skipped(u"B"_s, 0, 0)}, u"0 None, 1 A, 41 None"_s);
+        row("binary values beside the zones",
+            "; never write note=@Variant(x)\n[A]\nhigh_treshold=40\nupdated=@DateTime(\\0\\0\\0\\x10\\0)\n"
+            "[b=@Variant(, \\x40Variant(]\nhigh_treshold=50\n",
+            {loaded(u"A"_s, 0, 40), skipped(u"b=@Variant(, "_s, 0, 0)}, u"0 None, 1 A, 41 None"_s);
+        row("escapes without end", "[A]\nhigh_treshold=40\nx" + QByteArray("=\\").repeated(500'000),
+            {loaded(u"A"_s, 0, 40)}, u"0 None, 1 A, 41 None"_s);
         row("binary garbage",
             QByteArray("\x00\xff[\x80]=\n\x7f"
                        "ELF\x02[[]]\n=\n",
@@ -133,6 +142,57 @@ private Q_SLOTS:
         QCOMPARE(take(), QStringList{reading()} + log);
         QCOMPARE(manager.currentZone(), -1);
         QTEST(owners(manager), "owners");
+    }
+
+    void numbers_data()
+    {
+        const Table<QByteArray, int> row("line", "number");
+        row("missing", "", -1);
+        row("nothing", "volume=", 0);
+        row("invalid is there", "volume=@Invalid()", 0);
+        row("list", "volume=80, 90", 0);
+        row("quoted blanks", "volume=\" 80 \"", 80);
+        row("byte array", "volume=@ByteArray(9)", 9);
+        row("integer as Qt stores it", "volume=@Variant(\\0\\0\\0\\x2\\0\\0\\0P)", 80);
+        row("single precision as Qt stores it", "volume=@Variant(\\0\\0\\0\\x87\\x42\\xa0\\0\\0)", 80);
+        row("text as Qt stores it", "volume=@Variant(\\0\\0\\0\\n\\0\\0\\0\\x2\\0\\x37)", 7);
+        row("its data cut off", "volume=@Variant(\\0\\0\\0\\x2\\0)", 0);
+        row("list of integers as Qt stores it", "volume=@Variant(\\0\\0\\0\\t\\0\\0\\0\\x1\\0\\0\\0\\x2\\0\\0\\0P)", 0);
+        row("list longer than the memory", "volume=@Variant(\\0\\0\\0\\t\\x7f\\xff\\xff\\xff)", 0);
+        row("date", "volume=@DateTime(\\0\\0\\0\\x10\\0\\0\\0\\0\\0\\0%\\x8e\\xba\\x2\\xdaw\\xb9\\0)", 0);
+    }
+
+    void numbers()
+    {
+        QFETCH(QByteArray, line);
+
+        const QList<PowerZone> zones = parseZones("[A]\nhigh_treshold=50\n" + line);
+
+        QCOMPARE(zones.size(), 1);
+        QTEST(zones.constFirst().volume, "number");
+    }
+
+    void everyReloadReadsTheFileAnew()
+    {
+        ActionManager manager(nullptr);
+        const QByteArray path = QFile::encodeName(paths::zoneFile());
+        for (int high = 10; high < 40; ++high) {
+            writeFile(paths::zoneFile(), "[A]\nhigh_treshold=" + QByteArray::number(high));
+            constexpr timespec kTimes[] = {{1'700'000'000, 0}, {1'700'000'000, 0}}; // an unpacked archive's
+            QCOMPARE(utimensat(AT_FDCWD, path.constData(), kTimes, 0), 0);
+
+            QVERIFY(manager.configure(paths::zoneFile(), nullptr, nullptr));
+
+            QCOMPARE(take(), (QStringList{reading(), loaded(u"A"_s, 0, high)}));
+        }
+
+        // Readable no longer, not even by a test that runs as the superuser.
+        QCOMPARE(chmod(path.constData(), 0), 0);
+        const uid_t user = geteuid();
+        QVERIFY(user != 0 || seteuid(65534) == 0);
+        (void)manager.reload();
+        QVERIFY(user != 0 || seteuid(user) == 0);
+        QCOMPARE(take(), QStringList{reading()});
     }
 
     void unreadableFileHasNoZones()
