@@ -11,8 +11,8 @@
 class Configuration
 {
 public:
-    /// Opens the store. Look at isValid() before anything else.
-    /// @param clientName name under which the store knows its client, by custom the client's D-Bus object path
+    /// Opens the store. Check isValid() before anything else.
+    /// @param clientName the client's name for the store, by convention its D-Bus object path
     explicit Configuration(const QString& clientName);
     ~Configuration();
     Q_DISABLE_COPY_MOVE(Configuration)
@@ -23,21 +23,21 @@ public:
     /// Reads a text.
     /// @param found set to whether the key exists; may be null
     /// @param flag  the store's own; the device's daemons pass true
-    /// @return the text, or defaultValue where the key was not found
+    /// @return the text, or defaultValue if the key was not found
     [[nodiscard]] QString ReadConfigValue(const QString& group, const QString& key, const QString& defaultValue,
                                           bool* found, bool flag) const;
 
-    /// Reads a number; a text that is not a finite number counts as not found. Otherwise as the form for texts.
+    /// As for texts, but reads a number; a text that is not a finite number counts as not found.
     [[nodiscard]] double ReadConfigValue(const QString& group, const QString& key, double defaultValue, bool* found,
                                          bool flag) const;
 
-    /// Writes a text; it lasts only once Save() was called.
+    /// Writes a text; it is permanent only after Save().
     /// @param flag the store's own; the device's daemons pass false
-    /// @return whether the store took the value
+    /// @return whether the store accepted the value
     [[nodiscard]] bool WriteConfigValue(const QString& group, const QString& key, const QString& value,
                                         bool flag) const;
 
-    /// Makes what was written last. @return whether the store did so
+    /// Makes the written values permanent. @return whether the store did so
     bool Save() const;
 
     /// Refuses all further writes, by any client, until the device restarts. @return whether the store did so

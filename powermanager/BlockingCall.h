@@ -18,7 +18,7 @@ std::tuple<Values...> makeSnapshot(QDBusReply<int> (Client::*)(Values&...))
     return {};
 }
 
-/// Takes the values that follow the status in a reply. One that does not convert reads as its type's default.
+/// Reads the values that follow the status in a reply. A value that does not convert reads as its type's default.
 /// @param values filled by a reply that has exactly as many; untouched otherwise
 template <typename... Values>
 void decode(const QDBusMessage& reply, Values&... values)
@@ -32,7 +32,7 @@ void decode(const QDBusMessage& reply, Values&... values)
     }
 }
 
-/// Calls a remote method that answers with a status and so many values, and waits for it.
+/// Calls a remote method that answers with a status and these values, and waits for it.
 /// @param values as for decode()
 /// @return the status, or the D-Bus error, which reads as 0
 template <typename... Values>

@@ -10,7 +10,7 @@
 
 /// The low-power line of the power microcontroller.
 inline constexpr QLatin1StringView kLowPowerEvent("power|atmega_low_power");
-/// The reset button, and the seek-down button: together the gesture of a factory reset.
+/// The reset button and the seek-down button: together they make the gesture of a factory reset.
 inline constexpr QLatin1StringView kResetEvent("reset_factory");
 inline constexpr QLatin1StringView kSeekEvent("seek-");
 

@@ -11,8 +11,9 @@ class GpEventManagerProxy;
 /// Listens to the hardware event service and passes on the three events that the daemon acts on: the low-power line of
 /// the power microcontroller, and the two buttons of the factory-reset gesture.
 ///
-/// A service that is not there at the start is logged once and heard as soon as it comes: the order in which a device
-/// starts its services is not fixed. Event-loop thread only; event() is delivered before the next event is looked at.
+/// A service that is absent at the start is logged once, and its events are received as soon as it comes: the order in
+/// which a device starts its services is not fixed. Event-loop thread only; event() is delivered before the next event
+/// is handled.
 class EventMonitor : public QObject
 {
     Q_OBJECT
@@ -22,7 +23,7 @@ public:
     explicit EventMonitor(QObject* parent);
     ~EventMonitor() override;
 
-    /// Whether the service was there when this object was made.
+    /// Whether the service was present when this object was created.
     [[nodiscard]] bool isConnected() const;
 
 Q_SIGNALS:

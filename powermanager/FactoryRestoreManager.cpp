@@ -37,10 +37,10 @@ constexpr int kAccessPointMode = 1;
 
 constexpr int kClearDataTimeoutMs = 30'000;
 constexpr int kPostRestoreTimeoutMs = 5000;
-/// How long a script that is killed may take to go.
+/// How long a killed script may take to end.
 constexpr int kKillTimeoutMs = 1000;
 
-/// What the upgrade service tells.
+/// The upgrade service's states of a recovery.
 constexpr int kRecoveryStarted = 1;
 constexpr int kRecoveryCompleted = 2;
 constexpr int kRecoveryFailed = 3;
@@ -49,11 +49,11 @@ constexpr int kRecoveryFailed = 3;
 bool runScript(const QString& path, int timeoutMs)
 {
     QProcess script;
-    // Its output is nobody's log, and no script may wait for a keyboard.
+    // Nobody reads its output, and a script must not wait for input.
     script.setStandardInputFile(QProcess::nullDevice());
     script.setStandardOutputFile(QProcess::nullDevice());
     script.setStandardErrorFile(QProcess::nullDevice());
-    // A process group of its own, so that what it has started can be ended with it.
+    // A process group of its own, so that its children can be killed with it.
     script.setChildProcessModifier([] { (void)setpgid(0, 0); });
     script.start(path, QStringList());
     const bool isFinished = script.waitForFinished(timeoutMs);
@@ -66,7 +66,7 @@ bool runScript(const QString& path, int timeoutMs)
     return isFinished;
 }
 
-/// Empties the store of another service. @return its status; a call that failed outright counts as done: kept
+/// Clears the entries of another service. @return its status. Kept: a call that failed outright counts as done
 template <typename Client>
 int clearStore(const ServiceAddress& address)
 {
@@ -84,7 +84,7 @@ bool stopIfActive(QTimer& timer)
     return wasActive;
 }
 
-/// The text of a table row in a mode; nothing where the row says nothing about it.
+/// The text of a table row in a mode; nothing if the row has none for that mode.
 std::optional<QString> valueOf(const factory::Setting& setting, int mode)
 {
     switch (setting.kind) {
@@ -107,7 +107,7 @@ FactoryRestoreManager::FactoryRestoreManager(QObject* parent) : QObject(parent)
     for (QTimer* timer : {&m_softResetTimer, &m_hardResetTimer}) {
         timer->setInterval(kHoldTime);
         timer->setSingleShot(true);
-        timer->setTimerType(Qt::PreciseTimer); // the others may fire early
+        timer->setTimerType(Qt::PreciseTimer); // other types may fire early
     }
     m_initOk = connect(&m_softResetTimer, &QTimer::timeout, this, &FactoryRestoreManager::SoftResetTimer_Elapsed) &&
                connect(&m_hardResetTimer, &QTimer::timeout, this, &FactoryRestoreManager::HardResetTimer_Elapsed);
@@ -146,7 +146,7 @@ void FactoryRestoreManager::OnEvent(const Event& event)
         }
         return;
     }
-    // The number is in milliseconds, whatever the texts say: kept.
+    // Kept: the number is in milliseconds although the texts say "s".
     if (m_seekPressed) {
         m_hardResetTimer.start();
         POWER_LOG(LogLevel::Info, "HARD FACTORY RESET timer started: %d s...", m_hardResetTimer.interval());
@@ -160,7 +160,7 @@ void FactoryRestoreManager::OnEvent(const Event& event)
 void FactoryRestoreManager::SoftResetTimer_Elapsed()
 {
     POWER_LOG(LogLevel::Info, "SOFT FACTORY RESET timer elapsed");
-    (void)FactorySoftReset(true, true); // reports what came of it itself
+    (void)FactorySoftReset(true, true); // logs its result itself
 }
 
 void FactoryRestoreManager::HardResetTimer_Elapsed()
@@ -205,7 +205,7 @@ bool FactoryRestoreManager::FactorySoftReset(bool emitCompleted, bool blink)
         return false;
     }
     POWER_LOG(LogLevel::Warning, "SOFT FACTORY RESET successfully completed");
-    // Not looked at: the reboot that follows cannot wait for a store that fails now.
+    // Not checked: the reboot that follows cannot wait for a store that fails now.
     (void)store.Save();
     (void)store.Freeze();
     if (emitCompleted) {

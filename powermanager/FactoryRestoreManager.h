@@ -18,8 +18,8 @@ class UpgradeProxy;
 /// - Reset and seek-down held for 5 s together: a hard reset, which clears scheduler, events and user data first.
 ///
 /// Releasing the reset button stops both countdowns. A hard reset, and a soft one that succeeds, end with
-/// ResetCompleted(), upon which the device is rebooted; after a hard one no other can start before that. Event-loop
-/// thread only, which a reset blocks on purpose.
+/// ResetCompleted(), which makes the daemon reboot the device; after a hard one no other can start before that reboot.
+/// Event-loop thread only, which a reset deliberately blocks.
 class FactoryRestoreManager : public QObject
 {
     Q_OBJECT
@@ -34,23 +34,22 @@ public:
     /// Writes the factory settings. Blocks for the 1.5 s of the pattern and for the store's answers, 5 s each at most.
     /// @param emitCompleted whether ResetCompleted() is emitted after success
     /// @param blink         whether the indicator shows the soft pattern first
-    /// @return whether all was written; otherwise nothing was saved, and why is logged
+    /// @return whether all was written; if not, nothing was saved, and the reason is logged
     bool FactorySoftReset(bool emitCompleted, bool blink);
 
-    /// Clears scheduler, events and user data, then writes the factory settings. What fails is logged and stops
-    /// nothing: ResetCompleted() is emitted in any case but a refusal. Blocks for the 3 s of the pattern, for two calls
-    /// with the bus's default time-out, up to 30 s for the script, and for the store's answers.
+    /// Clears scheduler, events and user data, then writes the factory settings. A failure is logged and stops nothing:
+    /// ResetCompleted() is emitted unless the reset is refused. Blocks for the 3 s of the pattern, for two calls with
+    /// the bus's default time-out, up to 30 s for the script, and for the store's answers.
     /// @return whether the factory settings were written
     bool FactoryHardReset();
 
-    // Helpers on an open configuration store; each logs what came of it and returns whether the store took the text.
+    // Helpers on an open configuration store; each logs the result and returns whether the store accepted the text.
 
     bool SetConfigValue(const Configuration& store, const QString& group, const QString& key, const QString& value);
-    /// Writes only where the text read is empty; true where there was nothing to do. A key that is missing reads as the
-    /// value itself.
+    /// Writes only if the text read is empty; true if there was nothing to do. A missing key reads as the value itself.
     bool setConfigValueIfEmpty(const Configuration& store, const QString& group, const QString& key,
                                const QString& value);
-    /// Copies a key from one group to another. A missing one is made first, with the default.
+    /// Copies a key from one group to another. A missing key is first created with the default.
     bool CopyConfigValue(const Configuration& store, const QString& key, const QString& fromGroup,
                          const QString& toGroup, const QString& defaultValue);
 
@@ -58,12 +57,12 @@ public Q_SLOTS:
     /// A hardware event: the buttons start and stop the countdowns.
     void OnEvent(const Event& event);
 
-    /// What the upgrade service tells of a software recovery: 1 started, 2 completed, 3 failed. Heard only while a
-    /// recovery is pending, which nothing of this daemon begins: kept for the upgrade service's contract.
+    /// The upgrade service's progress of a software recovery: 1 started, 2 completed, 3 failed. Ignored unless a
+    /// recovery is pending, and nothing in this daemon begins one. Kept: part of the contract with the upgrade service.
     void UpgradeStatusChanged(int status);
 
 Q_SIGNALS:
-    /// A reset is done; the device is to be rebooted.
+    /// A reset is done; the device must reboot.
     void ResetCompleted();
 
 private Q_SLOTS:
@@ -73,7 +72,7 @@ private Q_SLOTS:
 private:
     Q_DISABLE_COPY_MOVE(FactoryRestoreManager)
 
-    /// Writes the factory table up to the first row that fails. @return whether none did
+    /// Writes the factory table up to the first row that fails. @return whether all rows were written
     [[nodiscard]] bool writeSettings(const Configuration& store, int mode);
 
     bool m_initOk = true;

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// What a factory reset writes into the configuration store. A product changes the two settings below and the table;
-/// nothing else has to know.
+/// What a factory reset writes into the configuration store. A product changes only the two settings below and the
+/// table.
 namespace factory {
 
 /// Pass phrase of the factory Wi-Fi networks: nine lower-case letters.
 inline constexpr char kPassPhrase[] = "brightfox";
-/// Code that a Bluetooth device asks for when it is paired: four digits.
+/// Code for pairing a Bluetooth device: four digits.
 inline constexpr char kBluetoothCode[] = "7351";
 
 enum class Kind
@@ -16,7 +16,7 @@ enum class Kind
     Now,  ///< overwrites the key with the local time, "yyyy/MM/dd-hh:mm:ss"
     Set,  ///< overwrites the key
     Keep, ///< leaves a key that has a text as it is
-    Mode, ///< overwrites the key with the text of the mode that the mode-select input tells, if it tells one
+    Mode, ///< overwrites the key with the text for the mode that the mode-select input shows, if it shows one
 };
 
 struct Setting
@@ -24,8 +24,8 @@ struct Setting
     const char* group;
     const char* key;
     Kind kind;
-    const char* value;                 ///< of Mode: in infrastructure mode
-    const char* accessPointValue = ""; ///< of Mode: as an access point
+    const char* value;                 ///< for Kind::Mode: in infrastructure mode
+    const char* accessPointValue = ""; ///< for Kind::Mode: as an access point
 };
 
 /// In the order in which they are written. The first write that fails ends the reset.

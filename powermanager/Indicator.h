@@ -6,10 +6,10 @@
 
 #include <unistd.h>
 
-/// The device's indicator light, a GPIO line. A line that fails is not reported: it is for the eye alone.
+/// The device's indicator light, a GPIO line. A failure is not reported: the light only informs the user.
 namespace indicator {
 
-/// Turns it on, until somebody turns it off.
+/// Turns it on, to stay on.
 void turnOn();
 
 /// Plays a pattern, after which it is off. Blocks for the pattern's length.

@@ -23,7 +23,7 @@ constexpr int kBusyFields = 3;
 /// Room for the kernel's first line, which is at most 220 bytes long.
 constexpr std::size_t kLineSize = 512;
 
-/// How many low samples in a row are a low load.
+/// How many low samples in a row make a low load.
 constexpr int kLowSamples = 4;
 
 } // namespace
@@ -39,14 +39,14 @@ bool LoadMonitor::start()
 
 int LoadMonitor::getLoad()
 {
-    // Once a second for the life of the device: without the cost of a file object.
+    // Plain calls: once a second for the life of the device, a file object would cost too much.
     const char* path = paths::cpuCounters();
     const int file = open(path, O_RDONLY | O_CLOEXEC);
     if (file < 0) {
         POWER_LOG(LogLevel::Error, "Error opening %s", path);
         return -1;
     }
-    // The kernel makes up the whole text at the first read, however little of it is asked for.
+    // The kernel produces the whole text at the first read, however little of it is requested.
     char text[kLineSize];
     const ssize_t size = std::max<ssize_t>(0, read(file, text, sizeof text));
     close(file);

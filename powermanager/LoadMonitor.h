@@ -8,45 +8,45 @@
 
 #include <optional>
 
-/// Measures the load of the whole CPU once a second and tells when it is high or low.
+/// Measures the load of the whole CPU once a second and reports when it is high or low.
 ///
-/// 1. start() starts the timer; every tick reads the kernel's counters and compares them with those of the last one.
+/// 1. start() starts the timer; every tick reads the kernel's counters and compares them with those of the tick before.
 /// 2. One sample above the high threshold: highCpuLoad(), and again with each further one.
 /// 3. Four samples in a row below the low threshold: lowCpuLoad(), and again after four more.
 ///
-/// A sample that cannot be read counts as low, so that a CPU whose load is unknown ends at its lowest frequency: kept.
+/// Kept: a sample that cannot be read counts as low, so that a CPU whose load is unknown ends at its lowest frequency.
 /// Event-loop thread only.
 class LoadMonitor : public QObject
 {
     Q_OBJECT
 
 public:
-    /// CPU times since boot, in the kernel's ticks. 32 bits wide, as on the device: sums wrap after some months, and
-    /// differences of wrapped sums are still right.
+    /// CPU times since boot, in the kernel's ticks. 32 bits wide, as on the device: sums wrap after some months, but
+    /// their differences stay right.
     struct Sample
     {
         qint32 total = 0;
-        qint32 busy = 0; ///< user, nice and system alone: interrupts and waiting are deliberately no load
+        qint32 busy = 0; ///< user, nice and system only: interrupts and waiting are deliberately no load
     };
 
     explicit LoadMonitor(QObject* parent);
 
-    /// Begins to measure. @return true
+    /// Starts measuring. @return true
     [[nodiscard]] bool start();
 
     /// Takes a sample: one open and one read of the kernel's counters.
-    /// @return the load since the sample before (the first time: since boot) in percent, or -1 where the counters
-    ///         cannot be read, which is logged
+    /// @return the load since the sample before (the first time: since boot) in percent, or -1 if the counters can't be
+    ///         read, which is logged
     [[nodiscard]] int getLoad();
 
-    /// The sums of the kernel's first line: the label and ten counters, separated by blanks. A counter that is no
-    /// number of 32 bits counts as 0.
+    /// The sums of the kernel's first line: the label and ten counters, separated by blanks. A counter that is not a
+    /// 32-bit number counts as 0.
     /// @param fields receives the number of fields found
-    /// @return nothing where there are not 11 fields
+    /// @return nothing unless there are 11 fields
     [[nodiscard]] static std::optional<Sample> sampleOf(QLatin1StringView line, int* fields);
 
-    /// The load between two samples in percent, rounded towards zero; 0 where the total did not change. Totals that
-    /// shrank give what the formula gives, as far as an int can hold it.
+    /// The load between two samples in percent, rounded towards zero; 0 if the total did not change. If the totals
+    /// shrank, the result of the same formula, cut to the range of int.
     [[nodiscard]] static int loadBetween(const Sample& before, const Sample& after);
 
 Q_SIGNALS:

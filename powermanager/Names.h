@@ -6,16 +6,16 @@
 
 /// The daemon's name on the session bus.
 inline constexpr char kServiceName[] = "com.quillmark.zelt.powermanager";
-/// Where the daemon serves its object. Also the name under which it opens the configuration store and the source of its
+/// Where the daemon serves its object. Also its name as a client of the configuration store, and the object path of its
 /// log lines.
 inline constexpr char kObjectPath[] = "/com/quillmark/zelt/powermanager/powerobj";
-/// The path of the logging client; the source of the line that announces the start, and of no other.
+/// The path of the logging client; only the line that announces the start has it as its object path.
 inline constexpr char kLogObjectPath[] = "/com/quillmark/zelt/powermanager/logobj";
 
-/// The network manager's object. Kept as the source of the line that ends a hard factory reset.
+/// The network manager's object. Kept: the line that ends a hard factory reset has this object path.
 inline constexpr char kNetworkObjectPath[] = "/com/quillmark/zelt/networkmanager/netobj";
 
-/// Where another daemon's object is found on the session bus.
+/// The address of another daemon's object on the session bus.
 struct ServiceAddress
 {
     QLatin1StringView busName;

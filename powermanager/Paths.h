@@ -4,8 +4,8 @@
 
 #include <QString>
 
-/// The device's fixed files, all but the kernel's below the build's ZELT_ROOT. Compiled as a library of its own, so
-/// that a program that links the daemon's classes can choose another root.
+/// The device's fixed files, below the build's ZELT_ROOT except for the kernel's. A library of its own, so that a
+/// program that links the daemon's classes can choose another root.
 namespace paths {
 
 /// The power zones, in INI form.
@@ -14,13 +14,13 @@ namespace paths {
 /// The record of the last reboot or shutdown. Its folder is part of the device.
 [[nodiscard]] QString lastActionFile();
 
-/// Wipes the user's data during a hard factory reset.
+/// The script that removes the user's data in a hard factory reset.
 [[nodiscard]] QString clearDataScript();
 
-/// Ends a software recovery.
+/// The script that ends a software recovery.
 [[nodiscard]] QString postFactoryRestoreScript();
 
-/// The kernel's CPU time counters. For the C library: opened once a second for the life of the device.
+/// The kernel's CPU time counters. A C string: the file is opened once a second for the life of the device.
 [[nodiscard]] const char* cpuCounters();
 
 } // namespace paths

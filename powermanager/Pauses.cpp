@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Holds all signals back from the thread for its lifetime.
+/// Blocks all signals of the thread during its lifetime.
 class SignalBlocker
 {
 public:

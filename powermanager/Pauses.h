@@ -4,8 +4,7 @@
 
 #include <unistd.h>
 
-/// The blocking pauses of power actions and resets, in full length: a signal that comes meanwhile is handled
-/// afterwards.
+/// The blocking pauses of power actions and resets. A signal does not shorten them; it is handled afterwards.
 namespace pauses {
 
 void seconds(unsigned int count);

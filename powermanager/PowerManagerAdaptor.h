@@ -11,8 +11,8 @@
 class PowerManager;
 
 /// The D-Bus interface of a PowerManager: forwards each method to the operation of the same name and relays its
-/// signals. No state, no checks. The int result becomes the first out-argument, Status; reference arguments follow in
-/// order.
+/// signals. It has no state and checks nothing. The int result becomes the first out-argument, Status; reference
+/// arguments follow in order.
 class PowerManagerAdaptor : public QDBusAbstractAdaptor
 {
     Q_OBJECT

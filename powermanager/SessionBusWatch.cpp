@@ -9,7 +9,7 @@
 
 SessionBusWatch::SessionBusWatch(QDBusConnection bus)
 {
-    // The message bus library sends this signal to its own process only; no generated client has it.
+    // The bus library sends this signal to its own process only; no generated client has it.
     if (!bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                      QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                      SLOT(onDisconnected()))) {

@@ -6,8 +6,8 @@
 
 class QDBusConnection;
 
-/// Ends the event loop with -1 when the session bus goes away, so that the service manager starts the daemon again: Qt
-/// alone would leave a process behind that hears nothing. Event-loop thread only.
+/// Ends the event loop with -1 when the session bus goes away, so that the service manager starts the daemon again. By
+/// itself, Qt would leave a process running that receives nothing. Event-loop thread only.
 class SessionBusWatch : public QObject
 {
     Q_OBJECT

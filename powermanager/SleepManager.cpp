@@ -17,7 +17,7 @@ constexpr int kSecondsPerDay = 86400;
 SleepManager::SleepManager(QObject* parent) : QObject(parent)
 {
     m_timer.setSingleShot(true);
-    m_timer.setTimerType(Qt::PreciseTimer); // the others may fire before their time, and the wake-up with them
+    m_timer.setTimerType(Qt::PreciseTimer); // other types may fire early, and the device would wake up early, too
     if (!connect(&m_timer, &QTimer::timeout, this, &SleepManager::onSleepTimeout)) {
         POWER_LOG(LogLevel::Error, "Can't handle sleep mode (error connecting signals)");
     }
@@ -37,7 +37,7 @@ bool SleepManager::setSleep(bool enable, const QString& startTime, const QString
         POWER_LOG(LogLevel::Error, "StartTime and/or EndTime are empty");
         return false;
     }
-    // Kept: a time that is refused replaces the one before, while a timer that is armed stays armed.
+    // Kept: a refused time replaces the previous one, but an armed timer stays armed.
     const QString format = QStringLiteral("hh:mm:ss");
     m_startTime = QTime::fromString(startTime, format);
     if (!m_startTime.isValid()) {

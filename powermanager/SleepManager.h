@@ -8,8 +8,8 @@
 
 /// The daily sleep window: from a start to an end time of day, local time.
 ///
-/// 1. setSleep() takes the window and arms a timer for the next start.
-/// 2. The timer fires once: SleepTimeout() carries the moment to wake up, the window's length from now.
+/// 1. setSleep() sets the window and arms a timer for the next start.
+/// 2. The timer fires once: SleepTimeout() carries the time to wake up, which is the window's length from now.
 /// 3. Nothing more happens until setSleep() is called again.
 ///
 /// The window lives in memory only; after a start of the daemon there is none. Event-loop thread only.
@@ -21,15 +21,15 @@ public:
     explicit SleepManager(QObject* parent);
 
     /// Sets the window and arms the timer anew, or disables it.
-    /// @param startTime "hh:mm:ss"; not looked at when disabling
-    /// @param endTime   "hh:mm:ss", before startTime where the window crosses midnight; equal: nothing is armed
-    /// @return false where a time is missing or invalid: length and timer stay as they are, but the times that were
-    ///         parsed until then are kept
+    /// @param startTime "hh:mm:ss"; ignored when disabling
+    /// @param endTime   "hh:mm:ss", before startTime if the window crosses midnight; equal: nothing is armed
+    /// @return false if a time is missing or invalid: length and timer stay as they are, but the times that were parsed
+    ///         until then are kept
     bool setSleep(bool enable, const QString& startTime, const QString& endTime);
 
     /// Whether a sleep is due at the next start of the window.
     [[nodiscard]] bool isArmed() const;
-    /// Start and end as last set; null before, invalid where the text was.
+    /// Start and end as last set; null before that, invalid if the text was.
     [[nodiscard]] QTime startTime() const;
     [[nodiscard]] QTime endTime() const;
 

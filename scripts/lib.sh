@@ -2,13 +2,13 @@
 # SPDX-FileCopyrightText: The power daemon authors
 # SPDX-License-Identifier: MIT
 #
-# What the scripts share. Sourced, never run; the sourcing script has set -euo pipefail.
+# Functions that the scripts share. Sourced, never run; the sourcing script has set -euo pipefail.
 
 # The tree's root, and how many jobs to run at once.
 ROOT=$(realpath "$(dirname "${BASH_SOURCE[0]}")/..")
 JOBS=$(nproc)
 
-# One line on standard error, so that a program's own output can be piped on.
+# Prints a line on standard error, so that a program's own output can be piped.
 step() {
     printf '==> %s\n' "$*" >&2
 }
@@ -18,8 +18,8 @@ die() {
     exit 1
 }
 
-# parse_arguments ARGUMENT...: takes our own options off the front, sets PRESET, and ARGUMENTS to the rest. The script's
-# usage() prints its help.
+# parse_arguments ARGUMENT...: removes our own options from the front, sets PRESET, and ARGUMENTS to the rest. Calls the
+# script's usage() for --help.
 # shellcheck disable=SC2034 # both are for the sourcing script
 parse_arguments() {
     PRESET=dev
@@ -66,8 +66,8 @@ missing_packages() {
     printf '%s' "${missing[*]}"
 }
 
-# install_packages SECTION...: installs what scripts/packages.txt lists there and the machine lacks. Where nothing is
-# missing, neither the network nor root's rights are needed.
+# install_packages SECTION...: installs the packages of these sections of scripts/packages.txt that the machine lacks.
+# If none is missing, neither the network nor root's rights are needed.
 install_packages() {
     local section list="" package command missing
     local -a packages=() absent=() as_root=()
@@ -80,8 +80,8 @@ install_packages() {
             [[ -z $package || $command == - ]] || command -v "$command" >/dev/null || absent+=("$command")
         done <<<"$list"
         [[ ${#absent[@]} -eq 0 ]] ||
-            die "this machine has no Debian packages, and these commands are not on the PATH: ${absent[*]}"
-        step "not a Debian machine: using the tools found on the PATH"
+            die "not a Debian machine, and these commands are not on the PATH: ${absent[*]}"
+        step "not a Debian machine: using the tools on the PATH"
         return
     fi
 
@@ -93,11 +93,11 @@ install_packages() {
 
     if [[ $EUID -ne 0 ]]; then
         command -v sudo >/dev/null ||
-            die "neither root nor sudo, so these packages have to be installed first: $missing"
+            die "not root, and there is no sudo: please install these packages first: $missing"
         as_root=(sudo)
     fi
     step "installing $missing"
-    # The package manager may be busy with its daily update: wait for it.
+    # The package manager may be busy with its daily update, so wait for its lock.
     as_root+=(env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600)
     "${as_root[@]}" update || die "apt-get update failed; still missing: $missing"
     # shellcheck disable=SC2086 # one word per package
@@ -117,7 +117,7 @@ configure_and_build() {
         die "building with preset \"$preset\" failed"
 }
 
-# Ends the command of run_on_private_bus, even where it is about to begin.
+# Ends the command of run_on_private_bus, even if it is just about to start.
 stop_command() {
     until [[ -s $PID_FILE ]]; do
         kill -0 $! 2>/dev/null || return 0
@@ -126,11 +126,11 @@ stop_command() {
     kill -s TERM "$(<"$PID_FILE")" || true
 }
 
-# run_on_private_bus COMMAND...: with a session bus of its own; the script ends with the command's status. PID_FILE may
-# name the file that gets the command's process number.
+# run_on_private_bus COMMAND...: runs it with a session bus of its own; the script ends with the command's status. If
+# PID_FILE is set, the command's process id is written there.
 run_on_private_bus() {
-    # dbus-run-session that ends by a signal leaves its bus and the command behind. So it never gets one: it is in a
-    # session of its own, and the signals that come here go to the command, which ends the rest.
+    # If dbus-run-session is ended by a signal, its bus and the command stay behind. So it never gets one: it is in a
+    # session of its own, and the signals that arrive here go to the command, whose end also ends the bus.
     local status is_stopped=""
     PID_FILE=${PID_FILE:-$(mktemp)}
     trap 'rm -f "$PID_FILE"' EXIT
@@ -140,7 +140,7 @@ run_on_private_bus() {
     trap stop_command INT TERM HUP
     [[ -z $is_stopped ]] || stop_command
 
-    # A signal ends a wait early.
+    # A signal interrupts the wait.
     while :; do
         status=0
         wait $! || status=$?
