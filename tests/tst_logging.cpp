@@ -152,7 +152,7 @@ private Q_SLOTS:
         PRINT_DBUS_RESULT(kObjectPath, u"Call"_s, reply);
 
         QVERIFY(!reply.isFinished());
-        QCOMPARE(take().constFirst(), u"log 2 Dbus Call async call: finished=false"_s);
+        QCOMPARE(take().filter(u"log "_s), QStringList{u"log 2 Dbus Call async call: finished=false"_s});
     }
 
     void pageOfLogLinesIsComplete()
