@@ -3,11 +3,26 @@
 #include "CommandTable.h"
 
 #include "CompletionsCommand.h"
+#include "FreqCommand.h"
+#include "RebootCommand.h"
+#include "ShutdownCommand.h"
+#include "SleepCommand.h"
+#include "StatusCommand.h"
+#include "SuspendCommand.h"
+#include "SwitchCommand.h"
 #include "WhyCommand.h"
 
 CommandTable::CommandTable()
 {
+    m_commands.push_back(std::make_unique<StatusCommand>());
     m_commands.push_back(std::make_unique<WhyCommand>());
+    m_commands.push_back(std::make_unique<RebootCommand>());
+    m_commands.push_back(std::make_unique<ShutdownCommand>());
+    m_commands.push_back(std::make_unique<SuspendCommand>());
+    m_commands.push_back(std::make_unique<FreqCommand>());
+    m_commands.push_back(std::make_unique<SwitchCommand>(SwitchCommand::Setting::Autoscaling));
+    m_commands.push_back(std::make_unique<SwitchCommand>(SwitchCommand::Setting::Actions));
+    m_commands.push_back(std::make_unique<SleepCommand>());
     m_commands.push_back(std::make_unique<CompletionsCommand>());
 }
 

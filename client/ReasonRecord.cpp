@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "ReasonRecord.h"
 
+#include "NearestWord.h"
 #include "Paths.h"
 #include "Terminal.h"
 
@@ -33,6 +34,7 @@ constexpr Meaning kMeanings[] = {
     {"upgrade", "an upgrade wanted a restart"},
     {"watchdog", "a watchdog found something that hung"},
     {"sleep", "the device woke up from a suspend, after which it always reboots"},
+    {"user_cli", "somebody used zelt-power"},
     {"cmd_shdm", "the battery was nearly empty: the power microcontroller raised its low-power line"},
 };
 
@@ -43,6 +45,15 @@ struct Unit
 };
 
 constexpr Unit kUnits[] = {{86400, "d"}, {3600, "h"}, {60, "min"}, {1, "s"}};
+
+QStringList knownReasons()
+{
+    QStringList reasons;
+    for (const Meaning& meaning : kMeanings) {
+        reasons.append(QString::fromLatin1(meaning.reason));
+    }
+    return reasons;
+}
 
 } // namespace
 
@@ -90,6 +101,15 @@ QString ReasonRecord::meaning() const
                                         : QString::fromLatin1(found->meaning);
 }
 
+QJsonObject ReasonRecord::toJson() const
+{
+    return {{u"time"_s, time.toString(Qt::ISODate)},
+            {u"clock"_s, time.toUTC().toString(Qt::ISODate)},
+            {u"action"_s, action},
+            {u"reason"_s, reason},
+            {u"meaning"_s, meaning()}};
+}
+
 QString durationText(qint64 seconds)
 {
     QStringList parts;
@@ -103,4 +123,32 @@ QString durationText(qint64 seconds)
         rest %= unit.seconds;
     }
     return parts.isEmpty() ? u"0 s"_s : parts.join(u' ');
+}
+
+PositionalDescription reasonPositional()
+{
+    PositionalDescription positional{u"REASON"_s,
+                                     u"why, for the record and for those who listen; \"user_cli\" if left out"_s};
+    positional.isOptional = true;
+    positional.hints = knownReasons();
+    return positional;
+}
+
+QString reasonOf(const QString& argument)
+{
+    return argument.isEmpty() ? u"user_cli"_s : argument;
+}
+
+QStringList reasonDoubts(const QString& reason)
+{
+    QStringList doubts;
+    const QString near = knownReasons().contains(reason) ? QString() : nearestWord(reason, knownReasons());
+    if (!near.isEmpty()) {
+        doubts.append(
+            u"Nobody listens for the reason \"%1\"; \"%2\" is one that is used."_s.arg(printable(reason), near));
+    }
+    if (printable(reason) != reason) {
+        doubts.append(u"The reason has control characters, and the record would not be one line."_s);
+    }
+    return doubts;
 }

@@ -2,8 +2,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "CommandDescription.h"
+
 #include <QByteArray>
 #include <QDateTime>
+#include <QJsonObject>
 #include <QString>
 
 #include <optional>
@@ -23,7 +26,17 @@ struct ReasonRecord
 
     /// What the reason means where this device uses it; for any other, that it is a free text.
     [[nodiscard]] QString meaning() const;
+
+    /// "time" (local), "clock" (UTC), "action", "reason", "meaning".
+    [[nodiscard]] QJsonObject toJson() const;
 };
 
 /// The length of time in words, to two units: "3 min 20 s", "2 d 4 h".
 [[nodiscard]] QString durationText(qint64 seconds);
+
+/// The argument of the commands that have a reason.
+[[nodiscard]] PositionalDescription reasonPositional();
+/// The reason that is sent for an argument: that, or "user_cli" if it was left out.
+[[nodiscard]] QString reasonOf(const QString& argument);
+/// What may surprise about a reason: it is nearly one that others listen for, or would not fit into the record's line.
+[[nodiscard]] QStringList reasonDoubts(const QString& reason);

@@ -48,14 +48,14 @@ void restoreBy(int descriptor, const char (&text)[size])
     restoreDescriptor = descriptor;
 }
 
-QByteArray dimension(int descriptor, bool isWidth, int fallback)
+int dimension(int descriptor, bool isWidth, int fallback)
 {
     winsize size = {};
     if (::ioctl(descriptor, TIOCGWINSZ, &size) != 0) {
-        return QByteArray::number(fallback);
+        return fallback;
     }
     const int value = isWidth ? size.ws_col : size.ws_row;
-    return QByteArray::number(value > 0 ? value : fallback);
+    return value > 0 ? value : fallback;
 }
 
 } // namespace
@@ -77,10 +77,7 @@ Terminal::Terminal(int output, int errors)
 Terminal::~Terminal()
 {
     clearProgress();
-    if (m_isDrawing) {
-        writeAll(m_output, kLeaveScreen);
-    }
-    restoreDescriptor = -1;
+    leaveScreen();
 }
 
 bool Terminal::isTerminal() const
@@ -95,12 +92,12 @@ bool Terminal::hasColours() const
 
 int Terminal::width() const
 {
-    return dimension(m_output, true, kDefaultWidth).toInt();
+    return dimension(m_output, true, kDefaultWidth);
 }
 
 int Terminal::height() const
 {
-    return dimension(m_output, false, kDefaultHeight).toInt();
+    return dimension(m_output, false, kDefaultHeight);
 }
 
 QString Terminal::styled(const QString& text, Style style) const
@@ -134,16 +131,18 @@ void Terminal::complain(const QString& text)
     writeAll(m_errors, "zelt-power: " + text.toUtf8() + '\n');
 }
 
-void Terminal::showProgress(const QString& text)
+void Terminal::showProgress(const QString& time, const QString& what)
 {
-    if (::isatty(m_errors) != 1) {
+    const QString text = time + u": "_s + what;
+    if (::isatty(m_errors) == 1) {
+        restoreBy(m_errors, kEraseLine);
+        m_hasProgress = true;
+        const int columns = dimension(m_errors, true, kDefaultWidth);
+        writeAll(m_errors, kEraseLine + text.left(columns - 1).toUtf8());
+    } else if (what != m_shownProgress) {
         writeAll(m_errors, text.toUtf8() + '\n');
-        return;
     }
-    restoreBy(m_errors, kEraseLine);
-    m_hasProgress = true;
-    const int columns = dimension(m_errors, true, kDefaultWidth).toInt();
-    writeAll(m_errors, kEraseLine + text.left(columns - 1).toUtf8());
+    m_shownProgress = what;
 }
 
 void Terminal::clearProgress()
@@ -183,13 +182,18 @@ void Terminal::drawScreen(const QStringList& lines)
         m_isDrawing = true;
         screen += kEnterScreen;
     }
-    screen += "\x1b[H";
     // What does not fit is left out: a screen that scrolls flickers.
-    const qsizetype rows = std::min<qsizetype>(lines.size(), height());
-    for (qsizetype row = 0; row < rows; ++row) {
-        screen += (row > 0 ? "\r\n" : "") + lines.at(row).toUtf8() + "\x1b[K";
+    m_screen = lines.mid(0, height()).join(u"\x1b[K\r\n"_s).toUtf8() + "\x1b[K";
+    writeAll(m_output, screen + "\x1b[H" + m_screen + "\x1b[J");
+}
+
+void Terminal::leaveScreen()
+{
+    if (m_isDrawing) {
+        m_isDrawing = false;
+        writeAll(m_output, kLeaveScreen + m_screen + '\n');
+        restoreDescriptor = -1;
     }
-    writeAll(m_output, screen + "\x1b[J");
 }
 
 void Terminal::writeAll(int descriptor, const QByteArray& bytes)

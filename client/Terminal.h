@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -47,9 +48,10 @@ public:
     /// Writes "zelt-power: TEXT" to standard error.
     void complain(const QString& text);
 
-    /// Shows what goes on, in a line of standard error that the next one replaces; behind a pipe each is a line of its
-    /// own. The next print() or complain() takes it away.
-    void showProgress(const QString& text);
+    /// Shows what goes on, in a line of standard error that the next one replaces. Behind a pipe, writes a line if
+    /// something else goes on. The next print() or complain() takes it away.
+    /// @param time how long it goes on already
+    void showProgress(const QString& time, const QString& what);
     void clearProgress();
 
     /// Asks a question that is answered by yes or no, "no" by default. Nothing if there is nobody to ask.
@@ -57,6 +59,8 @@ public:
 
     /// Draws a whole screen of lines in place of the one before; behind a pipe, writes them and an empty line.
     void drawScreen(const QStringList& lines);
+    /// Back from the drawn screen, whose last state is left on the usual one.
+    void leaveScreen();
 
 private:
     void writeAll(int descriptor, const QByteArray& bytes);
@@ -66,7 +70,9 @@ private:
     bool m_isTerminal;
     bool m_hasColours;
     bool m_hasProgress = false;
+    QString m_shownProgress; ///< what went on last
     bool m_isDrawing = false;
+    QByteArray m_screen; ///< as drawn last
 };
 
 /// A text from outside without control characters, which could rewrite the screen: each becomes a visible escape.

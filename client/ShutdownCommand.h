@@ -1,0 +1,13 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "OperationCommand.h"
+
+/// Powers the device off.
+class ShutdownCommand : public OperationCommand
+{
+protected:
+    [[nodiscard]] CommandDescription describeOperation() const override;
+    [[nodiscard]] Operation prepare(const CommandArguments& arguments) const override;
+};

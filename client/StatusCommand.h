@@ -1,0 +1,13 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Command.h"
+
+/// Shows the state of the device's power.
+class StatusCommand : public Command
+{
+public:
+    [[nodiscard]] CommandDescription describe() const override;
+    [[nodiscard]] ExitStatus run(const CommandArguments& arguments, Terminal& terminal) override;
+};
