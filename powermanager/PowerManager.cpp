@@ -413,7 +413,12 @@ int PowerManager::currentFreq()
     return freqMHz;
 }
 
-int PowerManager::stepFreq(int (*nextRung)(const QList<int>& ladder, int freqMHz))
+int PowerManager::changeFreq(int fromMHz, int toMHz)
+{
+    return toMHz == fromMHz ? 0 : SetFreq(toMHz);
+}
+
+int PowerManager::freqIncrease()
 {
     if (!m_autoscaling) {
         return 0;
@@ -423,18 +428,21 @@ int PowerManager::stepFreq(int (*nextRung)(const QList<int>& ladder, int freqMHz
         POWER_LOG(LogLevel::Error, "GetFreq error");
         return kFreqUnreadable;
     }
-    const int target = nextRung(m_freqTable, freqMHz);
-    return target == freqMHz ? 0 : SetFreq(target);
-}
-
-int PowerManager::freqIncrease()
-{
-    return stepFreq(&rungAbove);
+    return changeFreq(freqMHz, rungAbove(m_freqTable, freqMHz));
 }
 
 int PowerManager::freqDecrease()
 {
-    return stepFreq(&rungBelow);
+    if (!m_autoscaling) {
+        return 0;
+    }
+    const int freqMHz = currentFreq();
+    if (freqMHz < 0) {
+        // Not shared with freqIncrease(): the line's function is what tells the two apart.
+        POWER_LOG(LogLevel::Error, "GetFreq error");
+        return kFreqUnreadable;
+    }
+    return changeFreq(freqMHz, rungBelow(m_freqTable, freqMHz));
 }
 
 void PowerManager::setMaxFreq()

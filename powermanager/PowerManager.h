@@ -156,8 +156,8 @@ private:
 
     /// Asks the frequency service for the present frequency and waits. @return MHz, or -1 where it did not tell
     [[nodiscard]] int currentFreq();
-    /// One step on the ladder, to the rung that the function names for the present frequency.
-    [[nodiscard]] int stepFreq(int (*nextRung)(const QList<int>& ladder, int freqMHz));
+    /// SetFreq(), but no call for a frequency that is the present one.
+    [[nodiscard]] int changeFreq(int fromMHz, int toMHz);
 
     // The switches of the peripherals: each calls the service, waits for it, and logs how it went. 0, or -54.
 

@@ -153,6 +153,7 @@ private Q_SLOTS:
         row("up at the top", 456, "freqIncrease", 0);
         row("down at the bottom", 96, "freqDecrease", 0);
         row("jump at the top", 456, "setMaxFreq", 0);
+        row("up, frequency unreadable", -1, "freqIncrease", 0);
         row("down, frequency unreadable", -1, "freqDecrease", 0);
         row("jump, frequency unreadable", -1, "setMaxFreq", 456);
     }
@@ -174,6 +175,8 @@ private Q_SLOTS:
             expected += {u"call freqmanager.SetFreq(%1)"_s.arg(target), u"log 5 CPU Frequency set to %1"_s.arg(target)};
         } else if (freq < 0) {
             expected += u"log 1 GetFreq error"_s;
+            // Only the function says which way was meant.
+            QVERIFY(timeline().entries().constLast().place.contains(QString::fromLatin1(slot)));
         }
         QCOMPARE(take(), expected);
     }
