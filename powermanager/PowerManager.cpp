@@ -31,6 +31,10 @@
 #include <QFile>
 #include <QTextStream>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 // What the operations of the bus interface fail with.
@@ -86,6 +90,21 @@ QString toUtc(const QString& localTime)
         time = QDateTime(before.date(), before.time()).addSecs(kGapSeconds);
     }
     return time.toUTC().toString(format);
+}
+
+/// Opens a regular file, made if it is missing, and empties it. Whatever else has its place (a pipe that nobody reads,
+/// a terminal) must not hold up a power action. @return the descriptor, negative on failure
+int openForRewriting(const QString& path)
+{
+    constexpr mode_t kReadableByAll = 0666; // as far as the process's mask allows
+    const int descriptor = open(QFile::encodeName(path).constData(),
+                                O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, kReadableByAll);
+    struct stat info = {};
+    if (descriptor >= 0 && (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode) || ftruncate(descriptor, 0) != 0)) {
+        close(descriptor);
+        return -1;
+    }
+    return descriptor;
 }
 
 } // namespace
@@ -259,15 +278,17 @@ int PowerManager::Suspend(const QString& Time)
 
 void PowerManager::saveReason(const QString& action, const QString& reason)
 {
-    QFile file(paths::lastActionFile());
+    const QString path = paths::lastActionFile();
+    QFile file;
     QTextStream stream(&file);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+    const int descriptor = openForRewriting(path);
+    if (descriptor >= 0 && file.open(descriptor, QIODevice::WriteOnly | QIODevice::Text, QFile::AutoCloseHandle)) {
         stream << QDateTime::currentDateTime().toString(QStringLiteral("yyyy/MM/dd-hh:mm:ss")) << '|' << action << '|'
                << reason << Qt::endl;
     }
     // Written badly: no space is left.
     if (!file.isOpen() || stream.status() != QTextStream::Ok) {
-        POWER_LOG(LogLevel::Error, "Error saving action/reason to file [%s]", qPrintable(file.fileName()));
+        POWER_LOG(LogLevel::Error, "Error saving action/reason to file [%s]", qPrintable(path));
     }
 }
 

@@ -7,9 +7,13 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QRegularExpression>
 
+#include <csignal>
 #include <ctime>
+
+#include <sys/resource.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -276,24 +280,36 @@ private Q_SLOTS:
 
     void unwritableRecordStopsNothing_data()
     {
-        const Table<QString> row("obstacle"); // what is in the file's place; empty: even its folder is missing
-        row("folder missing", QString());
-        row("a folder in the file's place", u"/tmp"_s);
-        row("no space left", u"/dev/full"_s);
+        const Table<QString> row("obstacle"); // a command of the shell; $1 is the file, $2 its folder
+        row("folder missing", u"rm -r \"$2\""_s);
+        row("a folder in the file's place", u"mkdir \"$1\""_s);
+        row("a pipe in its place", u"mkfifo \"$1\""_s);
+        row("a device in its place", u"ln -s /dev/full \"$1\""_s);
+        row("no space left", QString());
     }
 
     void unwritableRecordStopsNothing()
     {
         QFETCH(QString, obstacle);
-        const QString folder = QFileInfo(paths::lastActionFile()).path();
-        QVERIFY(obstacle.isEmpty() ? QDir(folder).removeRecursively() : QFile::link(obstacle, paths::lastActionFile()));
+        const QString file = paths::lastActionFile();
+        const QString folder = QFileInfo(file).path();
+        QCOMPARE(QProcess::execute(u"sh"_s, {u"-c"_s, obstacle, u"sh"_s, file, folder}), 0);
+        rlimit space = {};
+        getrlimit(RLIMIT_FSIZE, &space);
+        const rlimit noSpace = {0, space.rlim_max};
+        if (obstacle.isEmpty()) {
+            (void)std::signal(SIGXFSZ, SIG_IGN);
+            setrlimit(RLIMIT_FSIZE, &noSpace);
+        }
 
-        QCOMPARE(manager().Shutdown(u"x"_s), 0);
+        const int status = manager().Shutdown(u"x"_s);
 
+        setrlimit(RLIMIT_FSIZE, &space);
+        QCOMPARE(status, 0);
         QStringList expected = shuttingDown(u"x"_s);
-        expected.insert(1, u"log 1 Error saving action/reason to file [%1]"_s.arg(paths::lastActionFile()));
+        expected.insert(1, u"log 1 Error saving action/reason to file [%1]"_s.arg(file));
         QCOMPARE(take(), expected);
-        QCOMPARE(QFileInfo::exists(folder), !obstacle.isEmpty()); // never made by the daemon
+        QCOMPARE(QFileInfo::exists(folder), !obstacle.startsWith(u"rm")); // never made by the daemon
     }
 
     void requestsDuringAPauseAreServedAfterwardsInOrder()
