@@ -83,11 +83,10 @@ QString toUtc(const QString& localTime)
     QDateTime time = QDateTime::fromString(localTime, format);
     constexpr int kGapSeconds = 3600;
     if (!time.isValid() && time.date().isValid() && time.time().isValid()) {
-        // Taken by itself, it would be converted as if it were UTC already.
-        QDateTime fields = time;
-        fields.setTimeSpec(Qt::UTC);
-        const QDateTime before = fields.addSecs(-kGapSeconds);
-        time = QDateTime(before.date(), before.time()).addSecs(kGapSeconds);
+        // Taken by itself, it would be converted as if it were UTC already. The clock time wraps at midnight.
+        const QTime clock = time.time().addSecs(-kGapSeconds);
+        const QDate date = clock < time.time() ? time.date() : time.date().addDays(-1);
+        time = QDateTime(date, clock).addSecs(kGapSeconds);
     }
     return time.toUTC().toString(format);
 }

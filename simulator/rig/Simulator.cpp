@@ -164,8 +164,8 @@ void Simulator::onCalled(const QString& method)
 
 void Simulator::sleepOn()
 {
-    QDateTime wakeUpTime = QDateTime::fromString(m_device.wakeUpTime, u"yyyy-MM-dd HH:mm:ss"_s);
-    wakeUpTime.setTimeSpec(Qt::UTC);
+    const QDateTime wakeUpTime =
+        QDateTime::fromString(QString(m_device.wakeUpTime).replace(u' ', u'T') + u'Z', Qt::ISODate);
     const std::chrono::milliseconds left(QDateTime::currentDateTimeUtc().msecsTo(wakeUpTime));
     if (left > 0ms) {
         m_wakeUpTimer.start(std::min(left, kLongestTimer));
