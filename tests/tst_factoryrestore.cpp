@@ -24,6 +24,7 @@ const QString kSoftStopped = u"log 4 SOFT FACTORY RESET timer stopped"_s;
 const QString kHardStarted = u"log 4 HARD FACTORY RESET timer started: 5000 s..."_s;
 const QString kHardStopped = u"log 4 HARD FACTORY RESET timer stopped"_s;
 const QString kSoftRefused = u"log 2 SOFT FACTORY RESET already running: refused"_s;
+const QString kUpdateError = u"log 1 SOFT FACTORY RESET failed (config update error)"_s;
 const QString kNoStore = u"log 1 SOFT FACTORY RESET failed (invalid config proxy)"_s;
 
 QStringList pattern(const QString& lastPause)
@@ -238,16 +239,19 @@ private Q_SLOTS:
     void failedSoftResets_data()
     {
         const Table<int, QString, QStringList> row("mode", "fault", "last");
-        const QString failed = u"log 1 SOFT FACTORY RESET failed (config update error)"_s;
         row("mode unreadable", -EIO, QString(),
             {kModeRead, u"log 1 Impossible to read MODE_SELECT (Infrastructure or Access Point)"_s});
         row("no store", 0, u"stop configmanager"_s, {kNoStore});
         row("write refused", 0, u"fail configmanager.SetStringValue status 5"_s,
             {u"call configmanager.SetStringValue(GENERAL, LastRestore, NOW)"_s,
-             u"log 1 Can't write 'NOW' to GENERAL/LastRestore"_s, failed});
+             u"log 1 Can't write 'NOW' to GENERAL/LastRestore"_s, kUpdateError});
         row("store dies in the middle", 0, u"fail configmanager.GetStringValue dies"_s,
             {u"call configmanager.GetStringValue(GENERAL, SerialNumber)"_s,
-             u"log 1 Can't write '' to GENERAL/SerialNumber"_s, failed});
+             u"log 1 Can't write '' to GENERAL/SerialNumber"_s, kUpdateError});
+        // It would take the empty serial number that the failed read leaves.
+        row("store unreadable", 0, u"fail configmanager.GetStringValue error"_s,
+            {u"call configmanager.GetStringValue(GENERAL, SerialNumber)"_s,
+             u"log 1 Can't write '' to GENERAL/SerialNumber"_s, kUpdateError});
     }
 
     void failedSoftResets()
@@ -256,13 +260,14 @@ private Q_SLOTS:
         QFETCH(QString, fault);
         QFETCH(QStringList, last);
         setModeSelect(mode);
-        QCOMPARE(run(fault), QString());
+        QCOMPARE(run(u"config GENERAL SerialNumber ZA-1\n"_s + fault), QString());
         QSignalSpy completed(m_manager.get(), &FactoryRestoreManager::ResetCompleted);
 
         QVERIFY(!m_manager->FactorySoftReset(true, false));
 
         const QStringList lines = take();
         QCOMPARE(lines.mid(lines.size() - last.size()), last);
+        QCOMPARE(run(u"expect config GENERAL SerialNumber ZA-1"_s), QString());
         QVERIFY(!lines.contains(u"call configmanager.Save()"_s) && !lines.contains(u"call configmanager.Freeze()"_s));
         QCOMPARE(completed.size(), 0);
 
@@ -319,18 +324,29 @@ private Q_SLOTS:
                                    u"log 1 Clear data failed ...! Continuing anyway with SoftReset... "_s));
     }
 
+    void failedRestoreOfAHardResetRebootsAnyway_data()
+    {
+        const Table<QString, QString> row("fault", "reason");
+        row("no store", u"stop configmanager"_s, kNoStore);
+        row("store unreadable", u"config GENERAL SerialNumber ZA-1\nfail configmanager.GetStringValue error"_s,
+            kUpdateError);
+    }
+
     void failedRestoreOfAHardResetRebootsAnyway()
     {
-        QCOMPARE(run(u"stop configmanager"_s), QString());
+        QFETCH(QString, fault);
+        QFETCH(QString, reason);
+        QCOMPARE(run(fault), QString());
         QSignalSpy completed(m_manager.get(), &FactoryRestoreManager::ResetCompleted);
 
         QVERIFY(!m_manager->FactoryHardReset());
 
         const QStringList lines = take();
         QCOMPARE(lines.mid(lines.size() - 3),
-                 (QStringList{kNoStore, u"log 1 Impossible to do SOFT FACTORY RESET: ignored"_s,
+                 (QStringList{reason, u"log 1 Impossible to do SOFT FACTORY RESET: ignored"_s,
                               u"log 1 HARD FACTORY RESET (includes SOFT) failed (can't connect/request Software "
                               "Recovery), REBOOTING ANYWAY.."_s}));
+        QVERIFY(!lines.contains(u"call configmanager.Save()"_s));
         QCOMPARE(completed.size(), 1);
         QVERIFY(!m_manager->FactorySoftReset(true, true));
         QCOMPARE(take(), QStringList{kSoftRefused});

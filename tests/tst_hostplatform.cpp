@@ -129,6 +129,32 @@ private Q_SLOTS:
         QVERIFY(!store.Save() && !store.Freeze());
     }
 
+    void unreadableStoreIsNotWritten_data()
+    {
+        const Table<QString> row("fault");
+        row("error", u"error"_s);
+        row("no text", u"few"_s);
+        row("wrong types", u"types"_s);
+    }
+
+    void unreadableStoreIsNotWritten()
+    {
+        QFETCH(QString, fault);
+        Timeline timeline;
+        SimulatedDevice device(timeline);
+        QCOMPARE(device.run(u"config G k v\nfail configmanager.GetStringValue "_s + fault), QString());
+        const Configuration store(u"/me"_s);
+        bool found = true;
+
+        QCOMPARE(store.ReadConfigValue(u"G"_s, u"k"_s, u"none"_s, &found, true), u"none"_s);
+
+        QVERIFY(!found);
+        QCOMPARE(device.run(u"repair all"_s), QString());
+        QVERIFY(!store.WriteConfigValue(u"G"_s, u"k"_s, u"lost"_s, false) && !store.Save());
+        QVERIFY(store.Freeze());
+        QCOMPARE(device.run(u"expect no call configmanager.SetStringValue\nexpect config G k v"_s), QString());
+    }
+
     void gpioIsWrittenInPlace()
     {
         writeFile(gpioFile(u"gpio24/value"_s), "0\n");

@@ -19,28 +19,30 @@ constexpr QLatin1StringView kInterface("com.quillmark.zelt.configinterface");
 /// A store that owns its name but does not answer must not hold up a reset for long.
 constexpr int kTimeoutMs = 5000;
 
-/// Calls the store and returns the values that follow a status of 0, or nothing where the call or the store failed.
-std::optional<QVariantList> callStore(const QString& method, const QVariantList& arguments)
+/// What the store answered: its status and the values after it. Nothing if the call failed or the answer has no status.
+struct Answer
+{
+    int status = 0;
+    QVariantList values;
+};
+
+std::optional<Answer> callStore(const QString& method, const QVariantList& arguments)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kInterface, method);
     call.setArguments(arguments);
     call.setAutoStartService(false);
     const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, kTimeoutMs);
-    if (reply.type() != QDBusMessage::ReplyMessage || !reply.signature().startsWith(u'i') ||
-        reply.arguments().constFirst().toInt() != 0) {
+    if (reply.type() != QDBusMessage::ReplyMessage || !reply.signature().startsWith(u'i')) {
         return std::nullopt;
     }
-    return reply.arguments().mid(1);
+    return Answer{reply.arguments().constFirst().toInt(), reply.arguments().mid(1)};
 }
 
-/// The text of a key, or nothing where it was not found.
-std::optional<QString> readText(const QString& group, const QString& key)
+/// Whether the store carried out a call that has no more than a status for an answer.
+bool isDone(const QString& method, const QVariantList& arguments)
 {
-    const std::optional<QVariantList> values = callStore(QStringLiteral("GetStringValue"), {group, key});
-    if (!values || values->isEmpty() || values->constFirst().typeId() != QMetaType::QString) {
-        return std::nullopt;
-    }
-    return values->constFirst().toString();
+    const std::optional<Answer> answer = callStore(method, arguments);
+    return answer && answer->status == 0;
 }
 
 void report(bool* target, bool value)
@@ -55,7 +57,25 @@ void report(bool* target, bool value)
 struct Configuration::Private
 {
     bool isValid = false;
+    /// A read failed, so that a key that is there may have read as missing: from then on nothing is written.
+    bool isUnreadable = false;
+
+    /// The text of a key; nothing if it was not found, or not readable.
+    std::optional<QString> readText(const QString& group, const QString& key);
 };
+
+std::optional<QString> Configuration::Private::readText(const QString& group, const QString& key)
+{
+    const std::optional<Answer> answer = callStore(QStringLiteral("GetStringValue"), {group, key});
+    if (answer && answer->status != 0) {
+        return std::nullopt;
+    }
+    if (!answer || answer->values.isEmpty() || answer->values.constFirst().typeId() != QMetaType::QString) {
+        isUnreadable = true;
+        return std::nullopt;
+    }
+    return answer->values.constFirst().toString();
+}
 
 Configuration::Configuration(const QString&) : d(std::make_unique<Private>())
 {
@@ -73,7 +93,7 @@ bool Configuration::isValid() const
 QString Configuration::ReadConfigValue(const QString& group, const QString& key, const QString& defaultValue,
                                        bool* found, bool) const
 {
-    const std::optional<QString> text = readText(group, key);
+    const std::optional<QString> text = d->readText(group, key);
     report(found, text.has_value());
     return text.value_or(defaultValue);
 }
@@ -82,7 +102,7 @@ double Configuration::ReadConfigValue(const QString& group, const QString& key, 
                                       bool) const
 {
     bool isNumber = false;
-    const double number = readText(group, key).value_or(QString()).toDouble(&isNumber);
+    const double number = d->readText(group, key).value_or(QString()).toDouble(&isNumber);
     isNumber = isNumber && std::isfinite(number);
     report(found, isNumber);
     return isNumber ? number : defaultValue;
@@ -90,15 +110,15 @@ double Configuration::ReadConfigValue(const QString& group, const QString& key, 
 
 bool Configuration::WriteConfigValue(const QString& group, const QString& key, const QString& value, bool) const
 {
-    return callStore(QStringLiteral("SetStringValue"), {group, key, value}).has_value();
+    return !d->isUnreadable && isDone(QStringLiteral("SetStringValue"), {group, key, value});
 }
 
 bool Configuration::Save() const
 {
-    return callStore(QStringLiteral("Save"), {}).has_value();
+    return !d->isUnreadable && isDone(QStringLiteral("Save"), {});
 }
 
 bool Configuration::Freeze() const
 {
-    return callStore(QStringLiteral("Freeze"), {}).has_value();
+    return isDone(QStringLiteral("Freeze"), {});
 }
