@@ -9,17 +9,46 @@
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTemporaryFile>
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+/// Has another descriptor for standard error while it lives; -1: none.
+class StandardErrorReplacement
+{
+public:
+    explicit StandardErrorReplacement(int descriptor) : m_saved(dup(STDERR_FILENO))
+    {
+        close(STDERR_FILENO);
+        if (descriptor >= 0) {
+            dup2(descriptor, STDERR_FILENO);
+        }
+    }
+    ~StandardErrorReplacement()
+    {
+        dup2(m_saved, STDERR_FILENO);
+        close(m_saved);
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(StandardErrorReplacement)
+
+    int m_saved;
+};
 
 /// What one log line comes to on standard error: one entry for each write.
 /// @param isJournal whether standard error is the journal's stream
@@ -29,25 +58,72 @@ QList<QByteArray> writesOf(unsigned int level, const QByteArray& text, bool isJo
     if (pipe2(ends.data(), O_DIRECT | O_NONBLOCK) != 0) { // keeps writes apart: each read returns what one write wrote
         qFatal("no pipe");
     }
-    const int saved = dup(STDERR_FILENO);
-    dup2(ends[1], STDERR_FILENO);
-    struct stat info = {};
-    fstat(STDERR_FILENO, &info);
-    const QByteArray own =
-        QByteArray::number(qulonglong{info.st_dev}) + ':' + QByteArray::number(qulonglong{info.st_ino});
-    qputenv("JOURNAL_STREAM", isJournal ? own : "1:1"); // the latter names another stream
-    LogInterface(u"/log"_s).EmitLogString(level, text.constData(), "/a/b");
-    dup2(saved, STDERR_FILENO);
+    {
+        const StandardErrorReplacement replacement(ends[1]);
+        struct stat info = {};
+        fstat(STDERR_FILENO, &info);
+        const QByteArray own =
+            QByteArray::number(qulonglong{info.st_dev}) + ':' + QByteArray::number(qulonglong{info.st_ino});
+        qputenv("JOURNAL_STREAM", isJournal ? own : "1:1"); // that is somebody else's
+        LogInterface(u"/log"_s).EmitLogString(level, text.constData(), "/a/b");
+    }
 
     QList<QByteArray> writes;
     std::array<char, 8192> buffer = {};
     for (ssize_t length = 0; (length = read(ends[0], buffer.data(), buffer.size())) > 0;) {
         writes.append(QByteArray(buffer.data(), length));
     }
-    for (const int descriptor : {saved, ends[0], ends[1]}) {
+    for (const int descriptor : ends) {
         close(descriptor);
     }
     return writes;
+}
+
+/// Both ends of something that standard error may be.
+struct Channel
+{
+    int in = -1;  ///< for the daemon's side; -1: a closed descriptor
+    int out = -1; ///< for the reader's; -1: nothing can be read there
+};
+
+Channel openChannel(const QByteArray& kind, const QString& folder)
+{
+    std::array<int, 2> ends = {-1, -1};
+    if (kind == "pipe" && pipe2(ends.data(), O_CLOEXEC) == 0) {
+        return {ends[1], ends[0]};
+    }
+    if (kind == "socket" && socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0) {
+        return {ends[1], ends[0]};
+    }
+    if (kind == "terminal") {
+        const int out = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        if (out >= 0 && grantpt(out) == 0 && unlockpt(out) == 0) {
+            const int in = open(ptsname(out), O_RDWR | O_NOCTTY | O_CLOEXEC);
+            termios raw = {};
+            cfmakeraw(&raw);
+            tcsetattr(in, TCSANOW, &raw);
+            return {in, out};
+        }
+    }
+    const QByteArray file = QFile::encodeName(folder + u"/log"_s);
+    return kind == "file" ? Channel{open(file.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600),
+                                    open(file.constData(), O_RDONLY | O_CLOEXEC)}
+                          : Channel{open(kind.constData(), O_WRONLY | O_CLOEXEC), -1};
+}
+
+/// All that can be read there by now.
+QByteArray readAll(int descriptor)
+{
+    QByteArray all;
+    std::array<char, 8192> buffer = {};
+    for (pollfd ready = {descriptor, POLLIN, 0}; poll(&ready, 1, 100) == 1;) { // a terminal hands on a little later
+        const ssize_t length = read(descriptor, buffer.data(), buffer.size());
+        if (length <= 0) {
+            break;
+        }
+        all.append(buffer.data(), length);
+    }
+    return all;
 }
 
 QString gpioFile(const QString& name)
@@ -99,6 +175,68 @@ private Q_SLOTS:
         QFETCH(bool, isJournal);
         QFETCH(QByteArray, line);
         QCOMPARE(writesOf(level, text, isJournal), QList<QByteArray>{line});
+    }
+
+    void readerOfTheLogIsNeverWaitedFor_data()
+    {
+        const Table<QByteArray, bool> row("kind", "isLossy"); // of what can be read at all
+        row("pipe", "pipe", true);
+        row("socket, as the journal's", "socket", true);
+        row("terminal", "terminal", true);
+        row("file", "file", false);
+        row("device that takes nothing", "/dev/full", false);
+        row("closed", "", false);
+    }
+
+    void readerOfTheLogIsNeverWaitedFor()
+    {
+        QFETCH(QByteArray, kind);
+        QFETCH(bool, isLossy);
+        const QTemporaryDir folder;
+        const Channel channel = openChannel(kind, folder.path());
+        QVERIFY(kind.isEmpty() || channel.in >= 0);
+        constexpr int kLines = 4000;
+        QList<QByteArray> lines;
+        {
+            const StandardErrorReplacement replacement(channel.in);
+            LogInterface log(u"/log"_s);
+            const int flags = fcntl(STDERR_FILENO, F_GETFL);
+            QTemporaryFile other; // must not get the number of a closed standard error
+            QVERIFY(other.open());
+
+            for (int i = 0; i < kLines; ++i) {
+                log.EmitLogString(4, QByteArray::number(i).rightJustified(100, '.').constData(), "/a/b");
+            }
+            QByteArray received = readAll(channel.out);
+            log.EmitLogString(5, "last", "/a/c");
+            received += readAll(channel.out);
+
+            QCOMPARE(fcntl(STDERR_FILENO, F_GETFL), flags);
+            QCOMPARE(other.size(), 0);
+            lines = received.split('\n');
+        }
+        close(channel.in);
+        close(channel.out);
+
+        QCOMPARE(lines.takeLast(), QByteArray()); // no line in part
+        if (channel.out < 0) {
+            QCOMPARE(lines, QList<QByteArray>());
+            return;
+        }
+        QCOMPARE(lines.takeLast(), QByteArray("5 /a/c last"));
+        if (isLossy) {
+            static const QRegularExpression kNote(
+                u"^2 /a/c \\[LogInterface\\.cpp:\\d+\\] void LogInterface::EmitLogString\\(.*\\): "
+                "Log lines lost: (\\d+)$"_s);
+            const QString note = QString::fromLatin1(lines.takeLast());
+            QVERIFY2(kNote.match(note).hasMatch(), qPrintable(note));
+            QCOMPARE(kNote.match(note).captured(1).toLongLong(), kLines - lines.size());
+        }
+        QVERIFY2(lines.size() > 20, qPrintable(QString::number(lines.size())));
+        QVERIFY(isLossy != (lines.size() == kLines));
+        for (qsizetype i = 0; i < lines.size(); ++i) {
+            QCOMPARE(lines.at(i), "4 /a/b " + QByteArray::number(i).rightJustified(100, '.'));
+        }
     }
 
     void configuration()

@@ -2,15 +2,21 @@
 // SPDX-License-Identifier: MIT
 #include "LogInterface.h"
 
+#include <QByteArray>
 #include <QVarLengthArray>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -75,21 +81,102 @@ void appendEscaped(Line& line, const char* text)
     }
 }
 
-} // namespace
-
-struct LogInterface::Private
+/// Standard error, written without ever waiting for who reads it. Not by O_NONBLOCK: that flag belongs to the open
+/// file, which other programs share.
+class StandardError
 {
-    bool isJournal = isStandardErrorTheJournal();
+public:
+    StandardError();
+    ~StandardError();
+
+    /// Writes one line, or nothing of it. What the system takes of a line without the rest (a terminal may) is
+    /// completed before anything else is written. @return whether the line is on its way
+    bool write(const Line& line);
+
+private:
+    Q_DISABLE_COPY_MOVE(StandardError)
+
+    /// One write that does not wait. @return how much was taken, negative for nothing
+    [[nodiscard]] ssize_t writeSome(QByteArrayView bytes) const;
+
+    int m_descriptor = STDERR_FILENO;
+    bool m_isSocket = false;
+    bool m_mayWait = false; ///< the descriptor's own open file could not be had: ask for room before each write
+    QByteArray m_rest;      ///< of a line that was taken in part
 };
 
-LogInterface::LogInterface(const QString&) : d(std::make_unique<Private>()) {}
-
-LogInterface::~LogInterface() = default;
-
-void LogInterface::EmitLogString(unsigned int level, const char* text, const char* objectPath)
+StandardError::StandardError()
 {
-    Line line;
-    if (d->isJournal) {
+    struct stat info = {};
+    if (fstat(STDERR_FILENO, &info) != 0) {
+        // Closed. The next file that the process opens would get the number, and the log lines.
+        const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (null >= 0 && null != STDERR_FILENO) {
+            dup2(null, STDERR_FILENO);
+            close(null);
+        }
+        return;
+    }
+    m_isSocket = S_ISSOCK(info.st_mode);
+    const bool isPipeOrDevice = S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode);
+    if (!m_isSocket && !isPipeOrDevice && !S_ISREG(info.st_mode)) {
+        m_descriptor = -1; // something of this process that got the number of a closed descriptor
+        return;
+    }
+    const int flags = fcntl(STDERR_FILENO, F_GETFL);
+    if (isPipeOrDevice && (flags & O_NONBLOCK) == 0) {
+        // Opened anew, the same pipe or terminal has flags of its own.
+        const int own = open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        m_mayWait = own < 0;
+        m_descriptor = own < 0 ? STDERR_FILENO : own;
+    }
+}
+
+StandardError::~StandardError()
+{
+    if (m_descriptor > STDERR_FILENO) {
+        close(m_descriptor);
+    }
+}
+
+ssize_t StandardError::writeSome(QByteArrayView bytes) const
+{
+    const auto size = static_cast<std::size_t>(bytes.size());
+    if (m_isSocket) {
+        return send(m_descriptor, bytes.data(), size, MSG_DONTWAIT | MSG_NOSIGNAL);
+    }
+    if (m_mayWait) {
+        pollfd room = {m_descriptor, POLLOUT, 0};
+        if (poll(&room, 1, 0) != 1) {
+            return -1;
+        }
+    }
+    ssize_t written = 0;
+    do {
+        written = ::write(m_descriptor, bytes.data(), size);
+    } while (written < 0 && errno == EINTR);
+    return written;
+}
+
+bool StandardError::write(const Line& line)
+{
+    if (!m_rest.isEmpty()) {
+        m_rest.remove(0, std::max<ssize_t>(0, writeSome(m_rest)));
+        if (!m_rest.isEmpty()) {
+            return false;
+        }
+    }
+    const ssize_t written = writeSome(line);
+    if (written > 0 && written < line.size()) {
+        m_rest = QByteArray(line.data() + written, line.size() - written);
+    }
+    return written > 0;
+}
+
+/// A line in the form of the host: priority for the journal, level, object path and text.
+void format(Line& line, bool isJournal, unsigned int level, const char* text, const char* objectPath)
+{
+    if (isJournal) {
         line.append('<');
         line.append(syslogPriority(level));
         line.append('>');
@@ -102,7 +189,42 @@ void LogInterface::EmitLogString(unsigned int level, const char* text, const cha
     line.append(' ');
     appendEscaped(line, text);
     line.append('\n');
+}
+
+/// The level of the line that says how many were lost.
+constexpr unsigned int kWarning = 2;
+
+} // namespace
+
+struct LogInterface::Private
+{
+    std::mutex mutex; // lines may come from any thread
+    StandardError standardError;
+    bool isJournal = isStandardErrorTheJournal();
+    unsigned long lostLines = 0; ///< since the last line that was written
+};
+
+LogInterface::LogInterface(const QString&) : d(std::make_unique<Private>()) {}
+
+LogInterface::~LogInterface() = default;
+
+void LogInterface::EmitLogString(unsigned int level, const char* text, const char* objectPath)
+{
+    const std::lock_guard lock(d->mutex);
+    if (d->lostLines > 0) {
+        std::array<char, 160> note = {};
+        (void)std::snprintf(note.data(), note.size(), "[%s:%d] %s: Log lines lost: %lu", __FILE_NAME__, __LINE__,
+                            __PRETTY_FUNCTION__, d->lostLines);
+        Line line;
+        format(line, d->isJournal, kWarning, note.data(), objectPath);
+        if (d->standardError.write(line)) {
+            d->lostLines = 0;
+        }
+    }
     // One write a line: lines of several processes on one pipe or terminal never mix.
-    while (::write(STDERR_FILENO, line.data(), static_cast<std::size_t>(line.size())) < 0 && errno == EINTR) {
+    Line line;
+    format(line, d->isJournal, level, text, objectPath);
+    if (d->lostLines > 0 || !d->standardError.write(line)) {
+        ++d->lostLines;
     }
 }
