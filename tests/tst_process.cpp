@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
+#include "Catalogue.h"
 #include "Names.h"
+#include "PowerManagerAdaptor.h"
 #include "RecordingPlatform.h"
 #include "SimulatedDevice.h"
 #include "Table.h"
@@ -8,13 +10,18 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusMetaType>
 #include <QDBusVirtualObject>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QMetaMethod>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 
 #include <csignal>
+
+#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -86,6 +93,62 @@ public:
         return true;
     }
 };
+
+/// A member and its arguments on one line, as "method SetFreq(i freq) -> i Status".
+QString memberLine(const QString& kind, const QString& name, const QStringList& in, const QStringList& out)
+{
+    return kind + u' ' + name + u'(' + in.join(u", "_s) + u") -> "_s + out.join(u", "_s);
+}
+
+/// The members of the published description, sorted: the adaptor lists them by name.
+QStringList describedMembers()
+{
+    const auto texts = [](const QList<ArgumentDescription>& arguments) {
+        QStringList list;
+        for (const ArgumentDescription& argument : arguments) {
+            list.append(argument.type + u' ' + argument.name);
+        }
+        return list;
+    };
+    const Catalogue catalogue;
+    QStringList lines;
+    for (const MemberDescription& signal : catalogue.powerDaemon().signalList) {
+        lines.append(memberLine(u"signal"_s, signal.name, texts(signal.out), {}));
+    }
+    for (const MemberDescription& method : catalogue.powerDaemon().methodList) {
+        lines.append(memberLine(u"method"_s, method.name, texts(method.in), texts(method.out)));
+    }
+    lines.sort();
+    return lines;
+}
+
+/// The members that the adaptor serves, sorted: what it returns is the status, and its references are further
+/// out-arguments.
+QStringList servedMembers()
+{
+    const QMetaObject& adaptor = PowerManagerAdaptor::staticMetaObject;
+    QStringList lines;
+    for (int index = adaptor.methodOffset(); index < adaptor.methodCount(); ++index) {
+        const QMetaMethod member = adaptor.method(index);
+        const bool isSignal = member.methodType() == QMetaMethod::Signal;
+        QStringList in;
+        QStringList out;
+        if (!isSignal) {
+            out.append(QString::fromLatin1(QDBusMetaType::typeToSignature(member.returnMetaType())) + u" Status"_s);
+        }
+        for (int i = 0; i < member.parameterCount(); ++i) {
+            const QByteArray type = member.parameterTypes().at(i);
+            const bool isOut = type.endsWith('&');
+            const QMetaType metaType = QMetaType::fromName(isOut ? type.chopped(1) : type);
+            (isOut ? out : in)
+                .append(QString::fromLatin1(QDBusMetaType::typeToSignature(metaType)) + u' ' +
+                        QString::fromLatin1(member.parameterNames().at(i)));
+        }
+        lines.append(memberLine(isSignal ? u"signal"_s : u"method"_s, QString::fromLatin1(member.name()), in, out));
+    }
+    lines.sort();
+    return lines;
+}
 
 bool isOnBus(const QDBusConnection& bus = QDBusConnection::sessionBus())
 {
@@ -209,6 +272,27 @@ private Q_SLOTS:
         QVERIFY(shell.waitForFinished(kPatienceMs));
     }
 
+    void readerOfTheLogMayStopReading()
+    {
+        const QTemporaryDir folder;
+        const QString pipe = folder.filePath(u"log"_s);
+        QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        QFile reader(pipe);
+        QVERIFY(reader.open(QIODevice::ReadWrite | QIODevice::Unbuffered)); // never read
+        QProcess daemon;
+        daemon.setStandardErrorFile(pipe);
+        daemon.start(QStringLiteral(POWERMANAGER_PROGRAM), {});
+        QTRY_VERIFY_WITH_TIMEOUT(isOnBus(), kPatienceMs);
+
+        for (int i = 0; i < 1000; ++i) { // twice what fits into the pipe
+            QCOMPARE(call(kInterface, u"SetAutoscalingEnabled"_s, {true}).arguments(), QVariantList{0});
+        }
+
+        daemon.terminate();
+        QVERIFY(daemon.waitForFinished(kPatienceMs));
+        QCOMPARE(daemon.exitCode(), 0);
+    }
+
     void lostBusEndsIt_data()
     {
         const Table<bool, QString> row("isWaiting", "lastLine");
@@ -238,6 +322,11 @@ private Q_SLOTS:
         QVERIFY2(daemon.lines().constLast().endsWith(lastLine), qPrintable(daemon.lines().constLast()));
         bus.waitForFinished();
         QDBusConnection::disconnectFromBus(u"lost"_s);
+    }
+
+    void thePublishedInterfaceIsServed()
+    {
+        QCOMPARE(servedMembers(), describedMembers());
     }
 
     void onlyThePublishedInterfaceIsServed()
