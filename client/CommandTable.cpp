@@ -11,6 +11,10 @@
 #include "SuspendCommand.h"
 #include "SwitchCommand.h"
 #include "WhyCommand.h"
+#include "ZonesCheckCommand.h"
+#include "ZonesExplainCommand.h"
+#include "ZonesReplayCommand.h"
+#include "ZonesShowCommand.h"
 
 CommandTable::CommandTable()
 {
@@ -23,6 +27,10 @@ CommandTable::CommandTable()
     m_commands.push_back(std::make_unique<SwitchCommand>(SwitchCommand::Setting::Autoscaling));
     m_commands.push_back(std::make_unique<SwitchCommand>(SwitchCommand::Setting::Actions));
     m_commands.push_back(std::make_unique<SleepCommand>());
+    m_commands.push_back(std::make_unique<ZonesCheckCommand>());
+    m_commands.push_back(std::make_unique<ZonesShowCommand>());
+    m_commands.push_back(std::make_unique<ZonesExplainCommand>());
+    m_commands.push_back(std::make_unique<ZonesReplayCommand>());
     m_commands.push_back(std::make_unique<CompletionsCommand>());
 }
 

@@ -1,0 +1,13 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Command.h"
+
+/// Plays a recorded day of charges against a zone file.
+class ZonesReplayCommand : public Command
+{
+public:
+    [[nodiscard]] CommandDescription describe() const override;
+    [[nodiscard]] ExitStatus run(const CommandArguments& arguments, Terminal& terminal) override;
+};
