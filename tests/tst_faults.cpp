@@ -4,17 +4,19 @@
 #include "Paths.h"
 #include "PowerManagerFixture.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QProcess>
 #include <QTemporaryDir>
 
+#include <chrono>
+#include <iterator>
+
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
-/// What a call can come to, as the power daemon sees it.
+/// The outcomes of a call, as the power daemon sees them.
 enum class Outcome
 {
     Done,
@@ -25,8 +27,8 @@ enum class Outcome
 struct FaultRow
 {
     const char* name;
-    const char* before; ///< the power daemon starts; %1 the method, %2 its service
-    const char* after;
+    const char* before; ///< commands before the power daemon starts; %1 is the method, %2 its service
+    const char* after;  ///< commands after that
     Outcome outcome;
 };
 
@@ -43,15 +45,16 @@ constexpr FaultRow kFaults[] = {
     {"dies", "", "fail %1 dies", Outcome::Failed},
     {"comes late", "stop %2", "start %2", Outcome::Done},
     {"floods", "", "fail %1 floods", Outcome::Done},
-    {"mute", "", "fail %1 mute", Outcome::Failed},
 };
+
+constexpr FaultRow kMute{"mute", "", "fail %1 mute", Outcome::Failed};
 
 const QString kLongPast = u"2024-03-08 07:30:00"_s;
 
-/// What of the power daemon's own operations makes it call others.
+/// One of the power daemon's own operations, which makes it call others.
 struct Operation
 {
-    const char* name;
+    const char* name;                  ///< as the constant, without the "k"
     int (*run)(PowerManager& manager); ///< @return its status
 };
 
@@ -76,14 +79,14 @@ int resetFactory(PowerManager& manager, bool isHard)
     return isHard ? factory->FactoryHardReset() : factory->FactorySoftReset(false, false);
 }
 
-constexpr Operation kReboot{"reboot", [](PowerManager& manager) { return manager.Reboot(u"x"_s); }};
-constexpr Operation kShutdown{"shutdown", [](PowerManager& manager) { return manager.Shutdown(u"x"_s); }};
-constexpr Operation kSuspend{"suspend", [](PowerManager& manager) { return manager.Suspend(kLongPast); }};
-constexpr Operation kSetFreq{"set", [](PowerManager& manager) { return manager.SetFreq(300); }};
-constexpr Operation kSoftReset{"soft", [](PowerManager& manager) { return resetFactory(manager, false); }};
-constexpr Operation kHardReset{"hard", [](PowerManager& manager) { return resetFactory(manager, true); }};
-constexpr Operation kFreqUp{"up", &increaseFreq};
-constexpr Operation kEnterZone{"zone", &enterZone};
+constexpr Operation kReboot{"Reboot", [](PowerManager& manager) { return manager.Reboot(u"x"_s); }};
+constexpr Operation kShutdown{"Shutdown", [](PowerManager& manager) { return manager.Shutdown(u"x"_s); }};
+constexpr Operation kSuspend{"Suspend", [](PowerManager& manager) { return manager.Suspend(kLongPast); }};
+constexpr Operation kSetFreq{"SetFreq", [](PowerManager& manager) { return manager.SetFreq(300); }};
+constexpr Operation kSoftReset{"SoftReset", [](PowerManager& manager) { return resetFactory(manager, false); }};
+constexpr Operation kHardReset{"HardReset", [](PowerManager& manager) { return resetFactory(manager, true); }};
+constexpr Operation kFreqUp{"FreqUp", &increaseFreq};
+constexpr Operation kEnterZone{"EnterZone", &enterZone};
 
 struct Expectation
 {
@@ -91,7 +94,7 @@ struct Expectation
     const char* line; ///< among the log lines
 };
 
-/// A method that the power daemon calls, and what comes of it.
+/// A method that the power daemon calls, and the results of the operation that calls it.
 struct Call
 {
     const char* method;
@@ -99,7 +102,7 @@ struct Call
     Expectation done;
     Expectation failed;
     Expectation refused;
-    int patience = 25; ///< seconds that an answer is waited for; 0: it is not
+    int patience = 25; ///< seconds that the daemon waits for an answer; 0: it does not wait
 };
 
 constexpr Expectation kNotRebooted{-50, "1 Reboot error"};
@@ -147,7 +150,7 @@ constexpr Call kCalls[] = {
     {"freqmanager.GetFreq", &kFreqUp, kFreqSet, kFreqUnreadable, kFreqSet},
     {"lightmanager.GetSwitch", &kReboot, kLightFoundOn, kLightFoundOff, kLightUnknown},
     {"lightmanager.Switch", &kReboot, {0, "5 Light switch set to 0"}, kLightNotSwitched, kLightNotSwitched},
-    // It answers without a status.
+    // This method answers without a status.
     {"rgbfeaturemanager.IsDisabled", &kReboot, kRgbSwitched, kRgbUnknown, kRgbSwitched, 5},
     {"rgbfeaturemanager.Disable", &kReboot, kRgbSwitched, kRgbNotSwitched, kRgbSwitched, 5},
     {"photomanager.EnableCamera", &kReboot, {0, "5 Camera switch set to 0"}, kCameraNotSwitched, kCameraNotSwitched},
@@ -166,7 +169,7 @@ constexpr Call kCalls[] = {
     {"eventmanager.Clear", &kHardReset, kEventsCleared, kEventsCleared, kEventsNotCleared},
 };
 
-/// Where the power daemon deliberately sees something else than the fault's usual outcome.
+/// A fault whose outcome for this method deliberately differs from its usual one.
 struct Exception
 {
     const char* method;
@@ -175,7 +178,7 @@ struct Exception
 };
 
 constexpr Exception kExceptions[] = {
-    // Two values are needed, and two only; the second is converted where that is possible.
+    // Exactly two values are accepted; the second one is converted if possible.
     {"freqmanager.GetFreq", "many", kFreqUnreadable},
     {"freqmanager.GetFreq", "types", kFreqSet},
     {"freqmanager.GetFreq", "arrays", {0, "5 CPU Frequency set to 96"}},
@@ -189,7 +192,7 @@ constexpr Exception kExceptions[] = {
     {"statusmanager.GetStatus", "types", kZoneEntered},
     // The alarm comes first.
     {"freqmanager.Suspend", "absent", kNoAlarm},
-    // A store that nobody serves is told from one that fails.
+    // A store that nobody serves is reported differently from one that fails.
     {"configmanager.GetStringValue", "absent", {0, "2 Error creating Configuration manager"}},
     {"configmanager.SetStringValue", "absent", kNoStore},
     {"configmanager.Save", "absent", kNoStore},
@@ -213,50 +216,21 @@ QString logLine(const Expectation& expected)
 
 } // namespace
 
-/// Every remote method that the power daemon calls, with every fault that a service can show.
+/// Every remote method that the power daemon calls, with every fault that a service can show. A row whose service is
+/// mute lets a real time-out pass: each of them is a test of its own, see CMakeLists.txt.
 class TstFaults : public PowerManagerFixture
 {
     Q_OBJECT
 
-    QTemporaryDir m_folder;  ///< the device's files are in the working folder
-    QList<QProcess*> m_mute; ///< children: test processes of the rows whose service is mute
+    QTemporaryDir m_folder; ///< the device's files are in the working folder
 
-private Q_SLOTS:
-    void initTestCase()
+    static void addRow(const Call& call, const FaultRow& fault)
     {
-        QVERIFY(m_folder.isValid() && QDir::setCurrent(m_folder.path()));
-        if (!QCoreApplication::arguments().mid(1).filter(u"cell"_s).isEmpty()) {
-            return; // rows were asked for by name
-        }
-        // A process and a bus for each, so that the time-outs pass side by side.
-        for (const Call& call : kCalls) {
-            const QString row = QString::asprintf("cell:%s by %s: mute", call.method, call.operation->name);
-            m_mute.append(new QProcess(this));
-            m_mute.constLast()->start(QStringLiteral(DBUS_RUN_SESSION),
-                                      {u"--"_s, QCoreApplication::applicationFilePath(), row});
-        }
+        QTest::addRow("%s by %s: %s", call.method, call.operation->name, fault.name) << &call << &fault;
     }
 
-    void cell_data()
-    {
-        QTest::addColumn<const Call*>("call");
-        QTest::addColumn<const FaultRow*>("fault");
-        const bool isMuteAskedFor = QCoreApplication::arguments().value(1).contains(u": mute");
-        for (const Call& call : kCalls) {
-            for (const FaultRow& fault : kFaults) {
-                // Under memcheck, thousands of signals may take longer than the call's time-out.
-                if (TIME_FACTOR > 1 && qstrcmp(fault.name, "floods") == 0) {
-                    continue;
-                }
-                // Those that cost a time-out run only when they are asked for by name: see initTestCase().
-                if (isMuteAskedFor || qstrcmp(fault.name, "mute") != 0) {
-                    QTest::addRow("%s by %s: %s", call.method, call.operation->name, fault.name) << &call << &fault;
-                }
-            }
-        }
-    }
-
-    void cell()
+    /// @param patience how long the daemon waits for the answer
+    void check(std::chrono::milliseconds patience)
     {
         QFETCH(const Call*, call);
         QFETCH(const FaultRow*, fault);
@@ -273,30 +247,59 @@ private Q_SLOTS:
 
         QCOMPARE(call->operation->run(manager()), expected.status);
 
-        const qint64 over = clock.elapsed() - (qstrcmp(fault->name, "mute") == 0 ? call->patience * 1000 : 0);
+        const qint64 over = clock.elapsed() - patience.count();
         QVERIFY2(over > -500 && over < 10'000, qPrintable(QString::number(over)));
         const QStringList lines = take();
         QVERIFY2(lines.contains(logLine(expected)), qPrintable(lines.join(u'\n')));
-        for (const Expectation& other : {call->failed, call->refused}) { // not what would be another fault's failure
+        for (const Expectation& other : {call->failed, call->refused}) { // and no other fault's failure
             const bool isFailure = other.line[0] == '1' && qstrcmp(other.line, expected.line) != 0;
             QVERIFY2(!isFailure || !lines.contains(logLine(other)), other.line);
         }
-        // Still there, and serving.
+        // The daemon still serves.
         QVERIFY(serve());
         QCOMPARE(run(u"repair all\ncall IsActionsEnabled\nexpect answer IsActionsEnabled 0 true within 20"_s),
                  QString());
     }
 
-    void muteServices()
+private Q_SLOTS:
+    void initTestCase()
     {
-        QCOMPARE(m_mute.size(), qsizetype{std::size(kCalls)});
-        for (QProcess* process : std::as_const(m_mute)) {
-            QVERIFY(process->state() == QProcess::NotRunning || process->waitForFinished(60'000));
-            const QByteArray output = process->readAllStandardOutput();
-            const QByteArray row =
-                "PASS   : TstFaults::cell(" + process->arguments().constLast().section(u':', 1).toUtf8();
-            QVERIFY2(process->exitCode() == 0 && output.contains(row), output.constData());
+        QVERIFY(m_folder.isValid() && QDir::setCurrent(m_folder.path()));
+    }
+
+    void fault_data()
+    {
+        QTest::addColumn<const Call*>("call");
+        QTest::addColumn<const FaultRow*>("fault");
+        for (const Call& call : kCalls) {
+            for (const FaultRow& fault : kFaults) {
+                // Under memcheck, thousands of signals may take longer than the call's time-out.
+                if (TIME_FACTOR == 1 || qstrcmp(fault.name, "floods") != 0) {
+                    addRow(call, fault);
+                }
+            }
         }
+    }
+
+    void fault()
+    {
+        check(0ms);
+    }
+
+    void muteService_data()
+    {
+        static_assert(std::size(kCalls) == MUTE_ROWS, "CMakeLists.txt has found another number of rows");
+        QTest::addColumn<const Call*>("call");
+        QTest::addColumn<const FaultRow*>("fault");
+        for (const Call& call : kCalls) {
+            addRow(call, kMute);
+        }
+    }
+
+    void muteService()
+    {
+        QFETCH(const Call*, call);
+        check(std::chrono::seconds(call->patience));
     }
 };
 
