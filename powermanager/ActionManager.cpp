@@ -19,13 +19,14 @@ namespace {
 /// The name reported when no zone applies.
 constexpr char kNoZoneName[] = "None";
 
-/// What an unreadable volume counts as. Louder than any ceiling, although the message about it says "100%": both kept.
+/// The value assumed for an unreadable volume. Kept: louder than any ceiling, although the message about it says
+/// "100%".
 constexpr double kAssumedVolume = 128.0;
-/// What an unreadable light intensity counts as, in percent.
+/// The value assumed for an unreadable light intensity, in percent.
 constexpr uint kAssumedIntensity = 100;
 
-/// Gives memory back to the system when it goes. The reader of a long zone file works with many times what stays of it,
-/// which the C library would keep for good.
+/// Returns free memory to the system at the end of its scope. The reader of a long zone file needs many times the
+/// memory of its zones, and the C library would keep that for good.
 class MemoryTrimmer
 {
 public:
@@ -86,7 +87,7 @@ int ActionManager::setBatteryCharge(int charge)
     const PowerZone zone = m_table.zones().at(index);
     const QByteArray name = zone.name.toLocal8Bit();
     POWER_LOG(LogLevel::Info, "Setting zone %s params", name.constData());
-    // The two settings are not waited for, and not tried again: the zone counts as applied.
+    // The two calls are neither waited for nor repeated: the zone counts as applied.
     if (m_sound != nullptr && zone.volume >= 0) {
         const std::optional<double> volume = currentVolume();
         if (!volume) {
@@ -120,7 +121,7 @@ std::optional<double> ActionManager::currentVolume() const
 {
     auto snapshot = makeSnapshot(&SoundManagerProxy::GetStatus);
     double& volume = std::get<1>(snapshot);
-    // A reply of the wrong length, but with a good status, leaves the value as it is here.
+    // A reply of the wrong length, but with a good status, leaves this value.
     volume = kAssumedVolume;
     const QDBusReply<int> reply = std::apply(
         [this](auto&... values) { return fetch(*m_sound, QStringLiteral("GetStatus"), values...); }, snapshot);
@@ -131,7 +132,7 @@ std::optional<uint> ActionManager::currentIntensity() const
 {
     QDBusPendingReply<int, uint> reply = m_light->GetIntensity();
     reply.waitForFinished();
-    // Exactly a status and an intensity: a longer reply is not understood either.
+    // Exactly a status and an intensity: a longer reply is not accepted.
     if (reply.isError() || reply.reply().arguments().size() != 2 || reply.argumentAt<0>() != 0) {
         return std::nullopt;
     }

@@ -37,8 +37,8 @@ public:
     /// @return always true
     bool reload();
 
-    /// Enters the zone of a charge, if it is another one, and applies its ceilings. Blocks for up to two calls to other
-    /// daemons, each with the bus's default time-out.
+    /// Enters the zone of a charge if it is not the current one, and applies its ceilings. Blocks for up to two calls
+    /// to other daemons, each with the bus's default time-out.
     /// @param charge percent; clamped to 0..100
     /// @return index of the zone current afterwards, negative for none
     int setBatteryCharge(int charge);
@@ -46,15 +46,15 @@ public:
     /// Index of the zone last applied; negative for none.
     [[nodiscard]] int currentZone() const;
 
-    /// Name of the zone with that index, or "None" for an index that no zone has.
+    /// Name of the zone with that index, or "None" if there is no such zone.
     [[nodiscard]] QString zoneName(int index) const;
 
 private:
     Q_DISABLE_COPY_MOVE(ActionManager)
 
-    /// The present master volume; nothing where the sound service does not tell it.
+    /// The present master volume; nothing if the sound service does not report it.
     [[nodiscard]] std::optional<double> currentVolume() const;
-    /// The present intensity of the light in percent; nothing where the light service does not tell it.
+    /// The present intensity of the light in percent; nothing if the light service does not report it.
     [[nodiscard]] std::optional<uint> currentIntensity() const;
 
     int m_currentZone = ZoneTable::kNoZone;

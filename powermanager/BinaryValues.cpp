@@ -13,22 +13,22 @@ namespace {
 
 constexpr QByteArrayView kBinaryForms[] = {"@Variant(", "@DateTime("};
 
-/// A character of a value as Qt's reader takes it from a file, and where it is written.
+/// A character of a value as Qt's reader decodes it, and its place in the file.
 struct Character
 {
     char16_t value;
     qsizetype begin;
 };
 
-/// The value of a digit, of either case; negative for what is none of that base.
+/// The value of a digit, in either case; negative if it is no digit of that base.
 int digitValue(char character, int base)
 {
     const auto lower = static_cast<char>(std::tolower(static_cast<uchar>(character)));
     return static_cast<int>(QByteArrayView("0123456789abcdef").first(base).indexOf(lower));
 }
 
-/// What an escape stands for, "at" being behind its backslash and moved to its end; nothing for one that Qt's reader
-/// leaves out. Of a number, 16 bits count.
+/// The character of an escape; "at" is after its backslash and is moved to its end. Nothing if Qt's reader drops the
+/// escape. Only 16 bits of a number count.
 std::optional<char16_t> unescaped(QByteArrayView text, qsizetype* at)
 {
     if (*at == text.size()) {
@@ -51,8 +51,8 @@ std::optional<char16_t> unescaped(QByteArrayView text, qsizetype* at)
     return letter < 0 ? std::nullopt : std::optional(u"\a\b\f\n\r\t\v\"?'\\"[letter]);
 }
 
-/// The next character of a value, "at" moved behind it. Passes over what the reader may take out: blanks, quotes, parts
-/// of longer characters, escapes of nothing.
+/// The next character of a value; "at" is moved behind it. Skips what the reader may drop: blanks, quotes, parts of
+/// longer characters, empty escapes.
 std::optional<Character> nextCharacter(QByteArrayView text, qsizetype* at)
 {
     while (*at < text.size()) {
@@ -69,7 +69,7 @@ std::optional<Character> nextCharacter(QByteArrayView text, qsizetype* at)
     return std::nullopt;
 }
 
-/// Whether the data of a binary value are a single number or text, by the type that their first four bytes tell.
+/// Whether the data of a binary value are a single number or text, according to the type in their first four bytes.
 bool isNumberOrText(QByteArrayView data)
 {
     uint type = 0;
@@ -82,8 +82,8 @@ bool isNumberOrText(QByteArrayView data)
         }
         type = type << 8 | byte->value;
     }
-    // As Qt's streams number them: Boolean, integers and floating point up to 6, a character, a text, a byte array; the
-    // other widths of numbers.
+    // Type numbers of Qt's streams: up to 6 Boolean, integers and floating point; then a character, a text, a byte
+    // array; then the other widths of numbers.
     return (type >= 1 && type <= 7) || type == 10 || type == 12 || (type >= 129 && type <= 135);
 }
 
@@ -92,10 +92,10 @@ bool isNumberOrText(QByteArrayView data)
 QByteArray withoutBinaryValues(const QByteArray& iniText)
 {
     if (!iniText.contains('@') && !iniText.contains('\\')) {
-        return iniText; // the usual file, and the cheap answer
+        return iniText; // the usual case
     }
-    // A value, or an element of a list, begins behind each '=' and ','. Those of a comment, a text or a name are not
-    // told apart from these: what is changed there does not matter.
+    // A value, or an element of a list, begins after each '=' and ','. The same characters in a comment, a text or a
+    // name are treated alike: a change there does no harm.
     QByteArray result;
     QByteArray beginning; // of the value, as far as it may be a binary form
     bool isOpen = false;
@@ -119,7 +119,7 @@ QByteArray withoutBinaryValues(const QByteArray& iniText)
         isOpen = std::any_of(std::begin(kBinaryForms), std::end(kBinaryForms),
                              [&beginning](QByteArrayView form) { return form.startsWith(beginning); });
         if (isOpen && beginning.endsWith('(') && !isNumberOrText(QByteArrayView(iniText).sliced(at))) {
-            // As names spell '@', and the '/' that a backslash is in them: of a value, it makes a text.
+            // The spelling of '@' in names, where a backslash means '/'. It turns a value into text.
             result += QByteArrayView(iniText).sliced(copied, valueBegin - copied);
             result += iniText.at(valueBegin) == '@' ? "%40" : "%2F";
             copied = valueBegin + 1;

@@ -5,7 +5,7 @@
 class QByteArray;
 
 /// An INI file's text with its binary values, "@Variant(...)" and "@DateTime(...)", turned into plain text. Qt's reader
-/// takes these forms from any key, foreign ones included, and trusts what they hold: one that nests too deep for the
-/// stack, or tells a false length, ends the process. Kept are single numbers and texts, which it reads safely, and all
-/// else, byte for byte but for other spellings of the same names.
+/// decodes these forms in any key, even a foreign one, and trusts their content: one that nests too deep for the stack,
+/// or has a false length, ends the process. Single numbers and texts are kept, because they are safe, and so is the
+/// rest of the file, except that names may be spelled differently.
 [[nodiscard]] QByteArray withoutBinaryValues(const QByteArray& iniText);

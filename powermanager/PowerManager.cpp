@@ -37,7 +37,7 @@
 
 namespace {
 
-// What the operations of the bus interface fail with.
+// The statuses with which the operations of the bus interface fail.
 constexpr int kRebootFailed = -50;
 constexpr int kShutdownFailed = -51;
 constexpr int kFreqOrSuspendFailed = -52;
@@ -53,10 +53,10 @@ constexpr uchar kWakeByRtc = 0x02;
 /// The sound service may be slow just after a wake-up, but must not hold up the reboot that follows.
 constexpr int kSoundTimeoutMs = 5000;
 
-/// What a missing master volume reads as.
+/// The value that a missing master volume reads as.
 constexpr double kDefaultMasterVolume = -32.0;
 
-/// The RGB service answers late while it plays an animation, but nobody may wait for it for long.
+/// The RGB service answers late while it plays an animation, but must not hold up an action for long.
 constexpr int kRgbTimeoutMs = 5000;
 
 /// The update service's code for the configuration files, the zone file among them.
@@ -75,15 +75,15 @@ bool isDone(QDBusPendingReply<int> reply)
     return !reply.isError() && reply.value() == 0;
 }
 
-/// The same instant in UTC; an empty text for what is no time. A time that the clock skips in spring counts on from the
-/// hour before it.
+/// The same instant in UTC; an empty text if the text is no time. A time that the clock skips in spring counts on from
+/// the hour before it.
 QString toUtc(const QString& localTime)
 {
     const QString format = QStringLiteral("yyyy-MM-dd HH:mm:ss");
     QDateTime time = QDateTime::fromString(localTime, format);
     constexpr int kGapSeconds = 3600;
     if (!time.isValid() && time.date().isValid() && time.time().isValid()) {
-        // Taken by itself, it would be converted as if it were UTC already. The clock time wraps at midnight.
+        // Without a date, the time would be treated as UTC already. The clock time wraps at midnight.
         const QTime clock = time.time().addSecs(-kGapSeconds);
         const QDate date = clock < time.time() ? time.date() : time.date().addDays(-1);
         time = QDateTime(date, clock).addSecs(kGapSeconds);
@@ -91,8 +91,8 @@ QString toUtc(const QString& localTime)
     return time.toUTC().toString(format);
 }
 
-/// Opens a regular file, made if it is missing, and empties it. Whatever else has its place (a pipe that nobody reads,
-/// a terminal) must not hold up a power action. @return the descriptor, negative on failure
+/// Opens a regular file, which is created if it is missing, and empties it. Anything else in its place (a pipe that
+/// nobody reads, a terminal) must not hold up a power action. @return the descriptor, negative on failure
 int openForRewriting(const QString& path)
 {
     constexpr mode_t kReadableByAll = 0666; // as far as the process's mask allows
@@ -144,7 +144,7 @@ bool PowerManager::init()
     }
 
     m_loadMonitor = new LoadMonitor(this);
-    // Kept: less than an error.
+    // Kept: a warning, although start-up fails as after the errors around it.
     if (!m_loadMonitor->start() ||
         !connect(m_loadMonitor, &LoadMonitor::lowCpuLoad, this, &PowerManager::freqDecrease) ||
         !connect(m_loadMonitor, &LoadMonitor::highCpuLoad, this, &PowerManager::freqIncrease)) {
@@ -241,7 +241,7 @@ int PowerManager::Shutdown(const QString& Reason)
     Q_EMIT PowerEvent(event, Reason);
     POWER_LOG(LogLevel::Warning, "Power event emitted: %s", qPrintable(event));
     pauses::seconds(kAnnouncementSeconds);
-    // Deliberately unlike a reboot: the peripherals lose their power anyway, and the indicator stays on until it does.
+    // Deliberately unlike a reboot: the peripherals lose power anyway, and the indicator stays on until it does, too.
     switchOnIndicator();
     if (!isDone(m_freq->Shutdown())) {
         POWER_LOG(LogLevel::Error, "Shutdown error");
@@ -253,7 +253,7 @@ int PowerManager::Shutdown(const QString& Reason)
 int PowerManager::Suspend(const QString& Time)
 {
     POWER_LOG(LogLevel::Info, "Suspend until %s (localtime) requested", qPrintable(Time));
-    // Not checked: the frequency service decides what it makes of an empty text.
+    // Not checked: the frequency service decides about an empty text.
     const QString utc = toUtc(Time);
     POWER_LOG(LogLevel::Detail, "Converted to %s (UTC)", qPrintable(utc));
     if (!isDone(m_freq->SetWakeup(kWakeByRtc, utc))) {
@@ -266,12 +266,12 @@ int PowerManager::Suspend(const QString& Time)
     // The reply comes after the wake-up.
     QDBusPendingReply<int> reply = m_freq->Suspend();
     if (!isDone(reply)) {
-        // Deliberately left: what preSuspendSetup() switched off stays off.
+        // Deliberately not restored: the peripherals that preSuspendSetup() switched off stay off.
         POWER_LOG(LogLevel::Error, "Error calling Suspend. returned %d", reply.isError() ? 0 : reply.value());
         return kFreqOrSuspendFailed;
     }
     postSuspendRestore();
-    (void)Reboot(QStringLiteral("sleep")); // reports its failure itself; the suspend was done
+    (void)Reboot(QStringLiteral("sleep")); // logs its failure itself; the suspend was done
     return 0;
 }
 
@@ -313,10 +313,10 @@ int PowerManager::switchLight(bool on)
 
 int PowerManager::disableRgb(bool disable)
 {
-    // Never saved by the RGB service: the user's own setting comes back with the next start.
+    // The RGB service must not save this: the user's own setting returns with the next start.
     QDBusPendingReply<int> reply = m_rgb->Disable(disable, false);
     reply.waitForFinished();
-    // Unlike the other switches, the status is deliberately not looked at.
+    // Unlike in the other switches, the status is deliberately ignored.
     if (reply.isError()) {
         POWER_LOG(LogLevel::Error, "Error turning rgb %d", disable);
         return kSwitchFailed;
@@ -350,7 +350,7 @@ int PowerManager::forcePhoneOff(bool force)
 
 void PowerManager::switchOff()
 {
-    // A D-Bus error reads as status 0 and leaves the state saved before: kept.
+    // Kept: a D-Bus error reads as status 0, so that the previously saved state stays.
     if (fetch(*m_light, QStringLiteral("GetSwitch"), m_savedLight).value() != 0) {
         POWER_LOG(LogLevel::Error, "Impossible to get current Light status: suppose off");
         m_savedLight = false;
@@ -397,7 +397,7 @@ void PowerManager::postSuspendRestore()
         }
     }
     if (found) {
-        m_sound->setTimeout(kSoundTimeoutMs); // stays so
+        m_sound->setTimeout(kSoundTimeoutMs); // from now on
         const QDBusPendingReply<int> reply = m_sound->SetMasterVolume(volume);
         const bool done = isDone(reply);
         PRINT_DBUS_RESULT(kObjectPath, QStringLiteral("SetMasterVolume"), reply);
@@ -411,7 +411,7 @@ void PowerManager::postSuspendRestore()
     if (!m_savedRgbDisabled) {
         (void)disableRgb(false);
     }
-    // Deliberately not the camera: it stays off until somebody enables it.
+    // Deliberately without the camera: it stays off until a client enables it.
     (void)forcePhoneOff(false);
 }
 
@@ -428,7 +428,7 @@ int PowerManager::SetFreq(int freq)
 int PowerManager::currentFreq()
 {
     int freqMHz = -1;
-    // Deliberately without a look at the status.
+    // The status is deliberately ignored.
     (void)fetch(*m_freq, QStringLiteral("GetFreq"), freqMHz);
     return freqMHz;
 }
@@ -458,7 +458,7 @@ int PowerManager::freqDecrease()
     }
     const int freqMHz = currentFreq();
     if (freqMHz < 0) {
-        // Not shared with freqIncrease(): the line's function is what tells the two apart.
+        // Not shared with freqIncrease(): only the function in the log line tells the two apart.
         POWER_LOG(LogLevel::Error, "GetFreq error");
         return kFreqUnreadable;
     }
@@ -472,7 +472,7 @@ void PowerManager::setMaxFreq()
     }
     const int top = m_freqTable.constLast();
     if (currentFreq() != top) {
-        (void)SetFreq(top); // reports its failure itself
+        (void)SetFreq(top); // logs its failure itself
     }
 }
 
@@ -495,7 +495,7 @@ int PowerManager::SetActionsEnabled(bool enable)
     auto snapshot = makeSnapshot(&StatusManagerProxy::GetStatus);
     std::apply(
         [this](auto&... values) {
-            // Deliberately not checked: without an answer the charge stays 0, which no zone owns.
+            // The status is deliberately ignored: without an answer the charge stays 0, which no zone owns.
             (void)fetch(*m_status, QStringLiteral("GetStatus"), values...);
             receiveSystemStatus(values...);
         },
@@ -506,8 +506,8 @@ int PowerManager::SetActionsEnabled(bool enable)
 
 int PowerManager::SetSleepEnabled(bool Enabled, const QString& StartTime, const QString& EndTime)
 {
-    (void)m_sleepManager->setSleep(Enabled, StartTime, EndTime); // clients are told by the signal alone
-    // A window that is off never reaches Suspend().
+    (void)m_sleepManager->setSleep(Enabled, StartTime, EndTime); // clients see the result only in the signal
+    // A disabled window never reaches Suspend().
     m_sleepManager->blockSignals(!Enabled);
     Q_EMIT SleepEnabled(Enabled);
     return 0;

@@ -27,9 +27,9 @@ class UpdateProxy;
 /// The daemon's service object: owns the clients of the other daemons and the helper objects, and decides what happens
 /// to the device's power.
 ///
-/// Constructed, then init() once, then served: by the adaptor's methods, by the signals of other daemons and by the
-/// helpers' signals, one at a time on the event-loop thread. Power actions block that thread for their whole length, on
-/// purpose; whatever arrives meanwhile is served afterwards, in order.
+/// After construction and init(), it is driven by the adaptor's methods, the signals of other daemons and the signals
+/// of its helpers, one at a time on the event-loop thread. Power actions deliberately block that thread for their whole
+/// length; whatever arrives meanwhile is served afterwards, in order.
 ///
 /// The public slots are the operations of the D-Bus interface; their statuses are 0 for done and negative otherwise.
 class PowerManager : public ZeltFeatureBase
@@ -41,9 +41,9 @@ public:
     explicit PowerManager(const char* objectPath);
     ~PowerManager() override;
 
-    /// Creates clients and helpers and connects them; other daemons need not be there. Blocks for a few calls to other
-    /// daemons, each with the bus's default time-out.
-    /// @return whether the daemon may register itself on the bus; why not is logged
+    /// Creates and connects clients and helpers; the other daemons need not be running. Blocks for a few calls to them,
+    /// each with the bus's default time-out.
+    /// @return whether the daemon may register itself on the bus; if not, the reason is logged
     [[nodiscard]] bool init();
 
     void featureStarted() override;
@@ -71,37 +71,37 @@ public Q_SLOTS:
 
     /// Restarts the device: records and announces the reason, waits 5 s, switches the peripherals off, pulses the
     /// indicator and asks the frequency service. Blocks for about 7.5 s and the calls.
-    /// @return 0, or -50 where the frequency service did not accept it; nothing of the rest is undone then
+    /// @return 0, or -50 if the frequency service did not accept it; nothing is undone then
     int Reboot(const QString& Reason);
 
     /// Powers the device off: records and announces the reason, waits 5 s, sets the indicator and asks the frequency
     /// service. The peripherals are left as they are. Blocks for about 5 s and the call.
-    /// @return 0, or -51 where the frequency service did not accept it; nothing of the rest is undone then
+    /// @return 0, or -51 if the frequency service did not accept it; nothing is undone then
     int Shutdown(const QString& Reason);
 
-    /// Puts the device to standby, restores the peripherals when it woke up, and then reboots with the reason "sleep".
-    /// Blocks all the while.
+    /// Puts the device into standby, restores the peripherals after the wake-up, and then reboots with the reason
+    /// "sleep". Blocks until then.
     /// @param Time when to wake up, local time, "yyyy-MM-dd HH:mm:ss"; anything else sets an alarm with an empty time,
     ///             which the frequency service may refuse
-    /// @return 0 after a wake-up, whatever came of the reboot; -52 where the alarm or the standby was refused (after
-    ///         the latter, the peripherals stay off)
+    /// @return 0 after a wake-up, even if the reboot fails; -52 if the alarm or the standby was refused (after the
+    /// latter,
+    ///         the peripherals stay off)
     int Suspend(const QString& Time);
 
-    /// Sets the CPU frequency in MHz: any that the frequency service accepts, whatever autoscaling says. Waits for it.
-    /// @return 0, or -52 where the frequency service did not accept it
+    /// Sets the CPU frequency in MHz: any that the frequency service accepts, whether autoscaling is on or off. Waits
+    /// for the service. @return 0, or -52 if it did not accept the frequency
     int SetFreq(int freq);
 
-    /// Switches on or off that the CPU frequency follows load and media events; leaves the frequency itself alone.
-    /// @return 0
+    /// Switches autoscaling on or off: whether the CPU frequency follows load and media events. Does not change the
+    /// frequency itself. @return 0
     int SetAutoscalingEnabled(bool enable);
 
-    /// Switches the application of power zones on or off. Switching on applies the zone of the present charge at once;
-    /// where the status service does not tell the charge, it counts as 0. Switching off leaves volume and light as they
-    /// are. @return 0
+    /// Switches the power zones on or off. Switching on applies the zone of the present charge at once; if the status
+    /// service does not report the charge, it counts as 0. Switching off leaves volume and light as they are. @return 0
     int SetActionsEnabled(bool enable);
 
     /// Sets or clears the daily sleep window; see SleepManager::setSleep().
-    /// @return 0, also where the times were refused
+    /// @return 0, even if the times were refused
     int SetSleepEnabled(bool Enabled, const QString& StartTime, const QString& EndTime);
 
     /// @return 0
@@ -110,19 +110,19 @@ public Q_SLOTS:
     /// @return 0
     int IsActionsEnabled(bool& enabled);
 
-    /// Tells whether a sleep is due, and the window as last set, "HH:mm:ss". @return 0
+    /// Whether a sleep is due, and the window as last set, "HH:mm:ss". @return 0
     int IsSleepEnabled(bool& enabled, QString& start, QString& end);
 
     /// Name of the power zone in force; empty for none. @return 0
     int CurrentPowerZone(QString& zone);
 
 private Q_SLOTS:
-    // While autoscaling is off, these three do nothing and cause no traffic.
+    // While autoscaling is off, these three do nothing and call no service.
 
-    /// Media work starts: the ladder's top. Deliberately also where the present frequency cannot be read, so that
-    /// playback never starts at a low clock.
+    /// Media work starts: to the ladder's top. Deliberately even if the present frequency cannot be read, so that
+    /// playback never starts at a low frequency.
     void setMaxFreq();
-    /// The CPU load is high: one rung up. @return 0, -53 where the present frequency cannot be read, or as SetFreq()
+    /// The CPU load is high: one rung up. @return 0, -53 if the present frequency cannot be read, or as SetFreq()
     int freqIncrease();
     /// The CPU load is low: one rung down. @return as freqIncrease()
     int freqDecrease();
@@ -154,29 +154,29 @@ private:
     void pulseIndicator();
     void switchOnIndicator();
 
-    /// Asks the frequency service for the present frequency and waits. @return MHz, or -1 where it did not tell
+    /// Asks the frequency service for the present frequency and waits. @return MHz, or -1 if there was no answer
     [[nodiscard]] int currentFreq();
     /// SetFreq(), but no call for a frequency that is the present one.
     [[nodiscard]] int changeFreq(int fromMHz, int toMHz);
 
-    // The switches of the peripherals: each calls the service, waits for it, and logs how it went. 0, or -54.
+    // The switches of the peripherals: each calls its service, waits for it and logs the result. They return 0 or -54.
 
     int switchLight(bool on);
     int disableRgb(bool disable);
     int switchCamera(bool enable);
     int forcePhoneOff(bool force);
 
-    /// Saves the state of light and RGB LEDs and switches light, RGB LEDs, camera and phone off. Nothing stops it.
+    /// Saves the state of light and RGB LEDs and switches light, RGB LEDs, camera and phone off. No failure stops it.
     void switchOff();
     void preSuspendSetup();
     /// Restores the master volume from the configuration store, light and RGB LEDs as switchOff() found them, and the
-    /// phone. The camera stays off. Nothing stops it.
+    /// phone. The camera stays off. No failure stops it.
     void postSuspendRestore();
 
     bool m_autoscaling = false;
     bool m_actionsEnabled = false;
     QList<int> m_freqTable;    ///< the CPU frequencies in MHz that may be set, lowest first
-    int m_reservedCounter = 0; ///< kept, not used
+    int m_reservedCounter = 0; ///< Kept: not used
 
     // Children of this object, created by init().
     EventMonitor* m_eventMonitor = nullptr;
@@ -188,8 +188,8 @@ private:
     SoundManagerProxy* m_sound = nullptr;
     LightManagerProxy* m_light = nullptr;
     PhotoManagerProxy* m_photo = nullptr;
-    MicManagerProxy* m_mic = nullptr; ///< kept, not used
-    ConfigProxy* m_config = nullptr;  ///< kept, not used: the store is reached by Configuration
+    MicManagerProxy* m_mic = nullptr; ///< Kept: not used
+    ConfigProxy* m_config = nullptr;  ///< Kept: not used, Configuration is the way to the store
     UpdateProxy* m_update = nullptr;
     StatusManagerProxy* m_status = nullptr;
     RGBManagerProxy* m_rgb = nullptr;

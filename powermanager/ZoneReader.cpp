@@ -30,7 +30,7 @@ int readNumber(const QSettings& settings, const QString& group, const QString& k
 
 PowerZone readZone(const QSettings& settings, const QString& group)
 {
-    // "treshold": kept, the device's zone files are spelled so.
+    // Kept: "treshold" is the spelling of the device's zone files.
     return {group, std::max(0, readNumber(settings, group, QStringLiteral("low_treshold"), 0)),
             std::min(ZoneTable::kMaxCharge, readNumber(settings, group, QStringLiteral("high_treshold"), 0)),
             readNumber(settings, group, QStringLiteral("volume"), -1),
@@ -53,7 +53,7 @@ QByteArray readZoneFile(const QString& filePath)
 
 QList<PowerZone> parseZones(const QByteArray& content)
 {
-    // The reader wants a path. One in memory leaves nothing behind and needs no disk with room.
+    // The reader needs a path. A file in memory leaves nothing behind and needs no disk space.
     const QByteArray text = withoutBinaryValues(content);
     const int descriptor = memfd_create("zones.ini", MFD_CLOEXEC);
     QFile memory;
@@ -69,8 +69,8 @@ QList<PowerZone> parseZones(const QByteArray& content)
     for (const QString& group : groups) {
         zones.append(readZone(settings, group));
     }
-    // Qt keeps what it has read by path, size and time, and the next file may have all three of this one. Of an empty
-    // one it keeps nothing.
+    // Qt caches what it has read by path, size and time, and the next file may have the same. It caches nothing of an
+    // empty file.
     (void)memory.resize(0);
     settings.sync();
     return zones;

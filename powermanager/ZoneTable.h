@@ -17,7 +17,7 @@ public:
     /// No zones.
     ZoneTable() = default;
 
-    /// The zones of the list that are bands; others are left out.
+    /// The zones of the list that are bands, without the others.
     explicit ZoneTable(const QList<PowerZone>& zones);
 
     [[nodiscard]] const QList<PowerZone>& zones() const;

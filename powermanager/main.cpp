@@ -21,8 +21,8 @@ namespace {
 /// Lives until the process exits.
 QCoreApplication* application = nullptr;
 
-/// Readable once a termination signal came. Never read, so that neither a signal that comes before the event loop runs
-/// nor a nested loop can lose the request.
+/// Readable after a termination signal. Never read, so that neither a signal before the event loop nor a nested loop
+/// can lose the request.
 int terminationEvent = -1;
 
 /// Runs in signal context: does nothing but make the descriptor readable.
@@ -64,7 +64,7 @@ int main(int argc, char** argv)
     if (!installTerminationHandler(SIGTERM)) {
         POWER_LOG(LogLevel::Warning, "Can't catch SIGTERM");
     }
-    // A reader of the log that goes away must not take the power daemon along.
+    // If the reader of the log ends, the power daemon must not.
     (void)std::signal(SIGPIPE, SIG_IGN);
     QSocketNotifier terminationNotifier(terminationEvent, QSocketNotifier::Read);
     QObject::connect(&terminationNotifier, &QSocketNotifier::activated, application, [] { application->exit(0); });
@@ -78,19 +78,19 @@ int main(int argc, char** argv)
         return -1;
     }
     const SessionBusWatch busWatch(bus);
-    // Until Qt has served an event that it has posted itself, it holds back what comes over a new connection: signals
-    // would arrive out of order, and a call that waits while the bus goes away would wait for ever.
+    // Until Qt has served an event that it posted itself, it holds back the messages of a new connection: signals would
+    // arrive out of order, and a call that waits while the bus goes away would wait for ever.
     QCoreApplication::sendPostedEvents();
 
-    // Left alone where start-up fails: the process is about to end, and its clients with it.
+    // Not deleted if start-up fails: the process is about to end, and its clients with it.
     auto* powerManager = new PowerManager(kObjectPath);
     if (!powerManager->init()) {
         POWER_LOG(LogLevel::Error, "Powermanager init failed");
         return -1;
     }
     auto* adaptor = new PowerManagerAdaptor(powerManager);
-    // The object is there before the name is: a call that comes with the name is served. A name that is taken is told
-    // of first all the same.
+    // The object is registered before the name, so that a call that arrives with the name is served. If both fail, the
+    // name is still reported first.
     const bool isServed =
         bus.registerObject(QString::fromLatin1(kObjectPath), powerManager, QDBusConnection::ExportAdaptors);
     if (!bus.registerService(QString::fromLatin1(kServiceName))) {
@@ -102,7 +102,7 @@ int main(int argc, char** argv)
         return -1;
     }
 
-    // 0 after a termination signal, -1 once the bus is gone.
+    // 0 after a termination signal, -1 after the loss of the bus.
     const int status = application->exec();
 
     delete adaptor;

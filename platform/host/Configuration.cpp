@@ -19,7 +19,7 @@ constexpr QLatin1StringView kInterface("com.quillmark.zelt.configinterface");
 /// A store that owns its name but does not answer must not hold up a reset for long.
 constexpr int kTimeoutMs = 5000;
 
-/// What the store answered: its status and the values after it. Nothing if the call failed or the answer has no status.
+/// The store's answer: its status and the values after it. Nothing if the call failed or the answer has no status.
 struct Answer
 {
     int status = 0;
@@ -38,7 +38,7 @@ std::optional<Answer> callStore(const QString& method, const QVariantList& argum
     return Answer{reply.arguments().constFirst().toInt(), reply.arguments().mid(1)};
 }
 
-/// Whether the store carried out a call that has no more than a status for an answer.
+/// Whether the store carried out a call that is answered with only a status.
 bool isDone(const QString& method, const QVariantList& arguments)
 {
     const std::optional<Answer> answer = callStore(method, arguments);
@@ -57,7 +57,7 @@ void report(bool* target, bool value)
 struct Configuration::Private
 {
     bool isValid = false;
-    /// A read failed, so that a key that is there may have read as missing: from then on nothing is written.
+    /// A read failed, so that an existing key may have read as missing: from then on nothing is written.
     bool isUnreadable = false;
 
     /// The text of a key; nothing if it was not found, or not readable.

@@ -44,7 +44,7 @@ char syslogPriority(unsigned int level)
     case 4:
         return '6'; // informational
     case 5:
-        return '5'; // notice: something on the device was changed
+        return '5'; // notice: a setting of the device was changed
     case 9:
         return '7'; // debug
     default:
@@ -52,7 +52,7 @@ char syslogPriority(unsigned int level)
     }
 }
 
-/// A line as it grows: most never need the heap.
+/// A line under construction: most never need the heap.
 using Line = QVarLengthArray<char, 1024>;
 
 void append(Line& line, const char* text)
@@ -60,7 +60,7 @@ void append(Line& line, const char* text)
     line.append(text, static_cast<qsizetype>(std::strlen(text)));
 }
 
-/// Appends a text with its control characters escaped, so that no text from outside can start a line of its own.
+/// Appends a text with its control characters escaped, so that a text from outside can't forge a line.
 void appendEscaped(Line& line, const char* text)
 {
     for (const char* at = text; *at != '\0'; ++at) {
@@ -81,35 +81,35 @@ void appendEscaped(Line& line, const char* text)
     }
 }
 
-/// Standard error, written without ever waiting for who reads it. Not by O_NONBLOCK: that flag belongs to the open
-/// file, which other programs share.
+/// Standard error, written without ever waiting for its reader. Not by O_NONBLOCK: that flag belongs to the open file,
+/// which other programs share.
 class StandardError
 {
 public:
     StandardError();
     ~StandardError();
 
-    /// Writes one line, or nothing of it. What the system takes of a line without the rest (a terminal may) is
-    /// completed before anything else is written. @return whether the line is on its way
+    /// Writes one line or nothing. If the system accepts only a part of a line (a terminal may), the rest is written
+    /// before anything else. @return whether the line was accepted
     bool write(const Line& line);
 
 private:
     Q_DISABLE_COPY_MOVE(StandardError)
 
-    /// One write that does not wait. @return how much was taken, negative for nothing
+    /// One write that does not wait. @return the number of bytes accepted, negative for none
     [[nodiscard]] ssize_t writeSome(QByteArrayView bytes) const;
 
     int m_descriptor = STDERR_FILENO;
     bool m_isSocket = false;
-    bool m_mayWait = false; ///< the descriptor's own open file could not be had: ask for room before each write
-    QByteArray m_rest;      ///< of a line that was taken in part
+    bool m_mayWait = false; ///< no open file of its own: check for room before each write
+    QByteArray m_rest;      ///< of a line that was accepted in part
 };
 
 StandardError::StandardError()
 {
     struct stat info = {};
     if (fstat(STDERR_FILENO, &info) != 0) {
-        // Closed. The next file that the process opens would get the number, and the log lines.
+        // Closed: the next file that the process opens would get this number, and with it the log lines.
         const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
         if (null >= 0 && null != STDERR_FILENO) {
             dup2(null, STDERR_FILENO);
@@ -120,12 +120,12 @@ StandardError::StandardError()
     m_isSocket = S_ISSOCK(info.st_mode);
     const bool isPipeOrDevice = S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode);
     if (!m_isSocket && !isPipeOrDevice && !S_ISREG(info.st_mode)) {
-        m_descriptor = -1; // something of this process that got the number of a closed descriptor
+        m_descriptor = -1; // another file of this process has the number of the closed descriptor
         return;
     }
     const int flags = fcntl(STDERR_FILENO, F_GETFL);
     if (isPipeOrDevice && (flags & O_NONBLOCK) == 0) {
-        // Opened anew, the same pipe or terminal has flags of its own.
+        // Opened again, the same pipe or terminal has flags of its own.
         const int own = open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
         m_mayWait = own < 0;
         m_descriptor = own < 0 ? STDERR_FILENO : own;
@@ -201,7 +201,7 @@ struct LogInterface::Private
     std::mutex mutex; // lines may come from any thread
     StandardError standardError;
     bool isJournal = isStandardErrorTheJournal();
-    unsigned long lostLines = 0; ///< since the last line that was written
+    unsigned long lostLines = 0; ///< since the last line written
 };
 
 LogInterface::LogInterface(const QString&) : d(std::make_unique<Private>()) {}
@@ -221,7 +221,7 @@ void LogInterface::EmitLogString(unsigned int level, const char* text, const cha
             d->lostLines = 0;
         }
     }
-    // One write a line: lines of several processes on one pipe or terminal never mix.
+    // One write per line, so that lines of several processes on one pipe or terminal never mix.
     Line line;
     format(line, d->isJournal, level, text, objectPath);
     if (d->lostLines > 0 || !d->standardError.write(line)) {

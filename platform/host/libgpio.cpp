@@ -19,7 +19,8 @@
 
 namespace {
 
-/// An open file of the GPIO class. Non-blocking, so that nothing put in the file's place (a pipe, say) can hold us up.
+/// An open file of the GPIO class. Non-blocking, so that anything else in the file's place (a pipe, say) can't block
+/// us.
 class GpioFile
 {
 public:
@@ -80,8 +81,8 @@ QByteArray lineFile(int line, const char* name)
     return QByteArrayLiteral(ZELT_GPIO_ROOT "/gpio") + QByteArray::number(line) + '/' + name;
 }
 
-/// Makes the kernel show a line that it does not show yet; returns whether it had to. A failure is left to the access
-/// that follows, which tells what is wrong with the line itself.
+/// Exports a line that the kernel does not show yet; returns whether that was needed. A failure shows in the access
+/// that follows, whose error concerns the line itself.
 bool exportIfMissing(int line)
 {
     struct stat info = {};
@@ -99,7 +100,7 @@ int LIBGPIO_set_enabled(int line, int on)
         return -EINVAL;
     }
     if (exportIfMissing(line)) {
-        // A line comes up as an input; one without a direction of its own needs none set.
+        // A line starts as an input; one without a direction file needs none set.
         (void)GpioFile(lineFile(line, "direction"), O_WRONLY).write("out");
     }
     return GpioFile(lineFile(line, "value"), O_WRONLY).write(on != 0 ? "1" : "0");
