@@ -19,8 +19,7 @@ namespace {
 /// The name reported when no zone applies.
 constexpr char kNoZoneName[] = "None";
 
-/// The value assumed for an unreadable volume. Kept: louder than any ceiling, although the message about it says
-/// "100%".
+/// The value assumed for an unreadable volume. Kept: louder than any ceiling, although the message says "100%".
 constexpr double kAssumedVolume = 128.0;
 /// The value assumed for an unreadable light intensity, in percent.
 constexpr uint kAssumedIntensity = 100;

@@ -83,9 +83,8 @@ public Q_SLOTS:
     /// "sleep". Blocks until then.
     /// @param Time when to wake up, local time, "yyyy-MM-dd HH:mm:ss"; anything else sets an alarm with an empty time,
     ///             which the frequency service may refuse
-    /// @return 0 after a wake-up, even if the reboot fails; -52 if the alarm or the standby was refused (after the
-    /// latter,
-    ///         the peripherals stay off)
+    /// @return 0 after a wake-up, even if the reboot fails; -52 if the alarm or the standby was refused (after a
+    ///         refused standby, the peripherals stay off)
     int Suspend(const QString& Time);
 
     /// Sets the CPU frequency in MHz: any that the frequency service accepts, whether autoscaling is on or off. Waits

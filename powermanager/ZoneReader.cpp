@@ -69,8 +69,8 @@ QList<PowerZone> parseZones(const QByteArray& content)
     for (const QString& group : groups) {
         zones.append(readZone(settings, group));
     }
-    // Qt caches what it has read by path, size and time, and the next file may have the same. It caches nothing of an
-    // empty file.
+    // Qt caches what it has read by path, size and time, and the next file may have the same. An empty file is never
+    // cached.
     (void)memory.resize(0);
     settings.sync();
     return zones;

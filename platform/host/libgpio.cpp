@@ -19,8 +19,7 @@
 
 namespace {
 
-/// An open file of the GPIO class. Non-blocking, so that anything else in the file's place (a pipe, say) can't block
-/// us.
+/// An open file of the GPIO class. Non-blocking: anything else in the file's place (a pipe, say) must not block us.
 class GpioFile
 {
 public:
