@@ -9,6 +9,7 @@
 #include "ZoneReader.h"
 
 #include <algorithm>
+#include <utility>
 
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -59,13 +60,13 @@ bool ActionManager::reload()
 {
     const MemoryTrimmer trimmer; // outlives the reader
     POWER_LOG(LogLevel::Detail, "Reading %s", qPrintable(m_filePath));
-    const QList<PowerZone> zones = parseZones(readZoneFile(m_filePath));
-    for (const PowerZone& zone : zones) {
+    QList<PowerZone> zones = parseZones(readZoneFile(m_filePath));
+    for (const PowerZone& zone : std::as_const(zones)) {
         POWER_LOG(LogLevel::Info,
                   zone.isBand() ? "Loaded zone %s from %d%% to %d%%" : "Skipped zone %s from %d%% to %d%%",
                   qPrintable(zone.name), zone.lowThreshold, zone.highThreshold);
     }
-    m_table = ZoneTable(zones);
+    m_table = ZoneTable(std::move(zones));
     m_currentZone = ZoneTable::kNoZone;
     return true;
 }

@@ -3,7 +3,7 @@
 #include "ZoneTable.h"
 
 #include <algorithm>
-#include <iterator>
+#include <utility>
 
 namespace {
 
@@ -14,10 +14,9 @@ int width(const PowerZone& zone)
 
 } // namespace
 
-ZoneTable::ZoneTable(const QList<PowerZone>& zones) : m_owners(kMaxCharge + 1, kNoZone)
+ZoneTable::ZoneTable(QList<PowerZone> zones) : m_zones(std::move(zones)), m_owners(kMaxCharge + 1, kNoZone)
 {
-    std::copy_if(zones.begin(), zones.end(), std::back_inserter(m_zones),
-                 [](const PowerZone& zone) { return zone.isBand(); });
+    m_zones.removeIf([](const PowerZone& zone) { return !zone.isBand(); });
     // Stable, so that among overlapping zones of equal width the one listed first wins.
     std::stable_sort(m_zones.begin(), m_zones.end(),
                      [](const PowerZone& a, const PowerZone& b) { return width(a) < width(b); });

@@ -18,7 +18,7 @@ public:
     ZoneTable() = default;
 
     /// The zones of the list that are bands, without the others.
-    explicit ZoneTable(const QList<PowerZone>& zones);
+    explicit ZoneTable(QList<PowerZone> zones);
 
     [[nodiscard]] const QList<PowerZone>& zones() const;
 
