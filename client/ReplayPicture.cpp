@@ -111,7 +111,10 @@ QStringList lines(const ZoneTable& table, const ChargeTrace& trace, const ZoneRe
             const bool isBelow = chargeAt(trace.samples(), moment) > (row - 1) * 100 / kRows;
             line += isBelow ? palette.cell(replay.zoneAt(moment), hasColours) : u" "_s;
         }
-        lines.append(line.trimmed().isEmpty() ? QString() : line);
+        while (line.endsWith(u' ')) {
+            line.chop(1);
+        }
+        lines.append(line);
     }
     const QString end = clockText(trace.length());
     lines.append(QString(kLabelColumns, u' ') + u"00:00:00"_s + end.rightJustified(columns - 8));
@@ -131,7 +134,7 @@ QByteArray svg(const ZoneTable& table, const ChargeTrace& trace, const ZoneRepla
     Drawing drawing(&document);
     drawing.rectangle(0, 0, 900, 330, u"white"_s);
     drawing.text(kLeft, 20, u"start"_s,
-                 u"%1: %2 changes, %3 flaps"_s.arg(shown(title)).arg(replay.changes().size()).arg(replay.flaps()));
+                 u"%1: %2 changes, %3 flaps"_s.arg(shown(title)).arg(replay.count()).arg(replay.flaps()));
     for (qsizetype i = 0; i < replay.changes().size(); ++i) {
         const ZoneChange& change = replay.changes().at(i);
         const double end = i + 1 < replay.changes().size() ? replay.changes().at(i + 1).seconds : trace.length();

@@ -194,8 +194,7 @@ private:
         const QString name = key.name.mid(slash + 1);
         const auto number = keys().indexOf(name);
         if (slash < 0) {
-            const QString nearest = nearestWord(name, keys());
-            report("key-outside-group", nearest.isEmpty() ? Severity::Note : Severity::Warning, key.begin, {},
+            report("key-outside-group", Severity::Warning, key.begin, {},
                    u"the key \"%1\" outside groups; it is ignored"_s.arg(shown(key.written)),
                    u"a place below a [group]"_s);
             return;
@@ -221,7 +220,7 @@ private:
     void checkUnknownKey(const IniStatement& key, const QString& zone, const QString& name)
     {
         if (key.written.startsWith('#') || key.written.startsWith("//")) {
-            report("no-comment", Severity::Warning, key.begin, zone,
+            report("no-comment", Severity::Note, key.begin, zone,
                    u"a line that begins with '%1'; it is a key named \"%2\", not a comment"_s.arg(
                        QChar::fromLatin1(key.written.at(0)), shown(key.written)),
                    u"';' before a comment"_s);
@@ -242,10 +241,13 @@ private:
 
     void checkOther(const IniStatement& other)
     {
-        const bool isRemark = other.written.startsWith('#') || other.written.startsWith("//");
-        report(isRemark ? "no-comment" : "no-key", isRemark ? Severity::Note : Severity::Warning, other.begin, {},
-               u"\"%1\"; a line without '=' is ignored"_s.arg(shown(other.written)),
-               isRemark ? u"';' before a comment"_s : u"KEY=NUMBER, [GROUP], or ';' before a comment"_s);
+        const QString found = u"\"%1\"; a line without '=' is ignored"_s.arg(shown(other.written));
+        if (other.written.startsWith('#') || other.written.startsWith("//")) {
+            report("no-comment", Severity::Note, other.begin, {}, found, u"';' before a comment"_s);
+        } else {
+            report("no-key", Severity::Warning, other.begin, {}, found,
+                   u"KEY=NUMBER, [GROUP], or ';' before a comment"_s);
+        }
     }
 
     void checkGroupsHaveKeys()

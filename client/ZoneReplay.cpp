@@ -47,10 +47,14 @@ qsizetype ZoneReplay::flaps() const
     return std::count_if(m_changes.begin(), m_changes.end(), [](const ZoneChange& change) { return change.isFlap; });
 }
 
-double ZoneReplay::changesPerHour() const
+qsizetype ZoneReplay::count() const
 {
-    const auto changes = static_cast<double>(std::max<qsizetype>(0, m_changes.size() - 1));
-    return m_length > 0 ? changes * 3600 / m_length : 0;
+    return std::max<qsizetype>(0, m_changes.size() - 1);
+}
+
+double ZoneReplay::countPerHour() const
+{
+    return m_length > 0 ? static_cast<double>(count()) * 3600 / m_length : 0;
 }
 
 double ZoneReplay::secondsIn(int zone) const

@@ -33,10 +33,13 @@ public:
 
     ZoneReplay(const ZoneTable& table, const ChargeTrace& trace);
 
+    /// The entry into the first zone and all changes after it.
     [[nodiscard]] const QList<ZoneChange>& changes() const;
+    /// How often the zone changed, the entry not counted.
+    [[nodiscard]] qsizetype count() const;
     [[nodiscard]] qsizetype flaps() const;
-    /// Changes per hour, the first entry not counted; 0 for a trace without length.
-    [[nodiscard]] double changesPerHour() const;
+    /// count() per hour; 0 for a trace without length.
+    [[nodiscard]] double countPerHour() const;
     /// Seconds for which a zone was in force. @param zone negative: none yet
     [[nodiscard]] double secondsIn(int zone) const;
     /// The zone in force at a moment; negative: none yet.

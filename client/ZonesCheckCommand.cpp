@@ -44,8 +44,8 @@ void print(const QString& file, qsizetype zones, const QList<ZoneFinding>& findi
         terminal.print(terminal.styled(u"%1:%2:%3:"_s.arg(printable(file), QString::number(finding.line),
                                                           QString::number(finding.column)),
                                        Terminal::Style::Strong) +
-                       u' ' + terminal.styled(severityName(finding.severity) + u':', styleOf(finding.severity)) +
-                       u' ' + finding.found + u"; expected " + finding.meant + u' ' +
+                       u' ' + terminal.styled(severityName(finding.severity) + u':', styleOf(finding.severity)) + u' ' +
+                       finding.found + u"; expected " + finding.meant + u' ' +
                        terminal.styled(u'[' + finding.id + u']', Terminal::Style::Dim));
     }
     terminal.print(u"%1: %2; "_s.arg(printable(file), zoneCountText(zones)) +

@@ -58,8 +58,8 @@ void print(const ZoneTable& table, const ChargeTrace& trace, const ZoneReplay& r
                 u"%1 %2  %3"_s.arg(palette.cell(zone, terminal.hasColours()), clockText(seconds), nameOf(table, zone)));
         }
     }
-    terminal.print(u"%1 changes, %2 per hour; %3 flaps (there and back within %4 min)"_s.arg(replay.changes().size())
-                       .arg(replay.changesPerHour(), 0, 'f', 1)
+    terminal.print(u"%1 changes, %2 per hour; %3 flaps (there and back within %4 min)"_s.arg(replay.count())
+                       .arg(replay.countPerHour(), 0, 'f', 1)
                        .arg(replay.flaps())
                        .arg(ZoneReplay::kFlapSeconds / 60));
 }
@@ -85,7 +85,7 @@ QByteArray toJson(const ZoneTable& table, const ChargeTrace& trace, const ZoneRe
         }
     }
     return QJsonDocument(QJsonObject{{u"seconds"_s, trace.length()},
-                                     {u"changes_per_hour"_s, replay.changesPerHour()},
+                                     {u"changes_per_hour"_s, replay.countPerHour()},
                                      {u"flaps"_s, replay.flaps()},
                                      {u"zones"_s, times},
                                      {u"changes"_s, changes}})
