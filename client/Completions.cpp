@@ -75,8 +75,10 @@ QString quoted(QString text)
 
 QString header(const QString& shell)
 {
+    // REUSE-IgnoreStart: the header of the file that is written, not of this one
     return u"# SPDX-FileCopyrightText: The power daemon authors\n# SPDX-License-Identifier: MIT\n"
            "# Written by \"zelt-power completions %1\".\n"_s.arg(shell);
+    // REUSE-IgnoreEnd
 }
 
 /// One branch of bash's case: what may stand behind the command.
