@@ -11,7 +11,7 @@ using namespace Qt::Literals::StringLiterals;
 
 std::optional<QByteArray> readInputFile(const QString& path, QString* fault)
 {
-    constexpr qint64 kMaxSize = 64 * 1024 * 1024; // as the daemon has it for zone files
+    constexpr qint64 kMaxSize = 64LL * 1024 * 1024; // as the daemon has it for zone files
     QFile file(path);
     const QFileInfo info(path);
     if (info.exists() && !info.isFile()) {

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr qint64 kMaxSize = 64 * 1024 * 1024;
+constexpr qint64 kMaxSize = 64LL * 1024 * 1024;
 
 /// A whole number of the zone file. Text that is not one reads as 0; a number beyond the range of int, up to 64 bits,
 /// as the range's end, so that the bounds' clamps still see it.
