@@ -76,7 +76,7 @@ public:
         for (const IniStatement& statement : m_text.statements()) {
             if (statement.isQuoteOpen) {
                 report("unclosed-quote", Severity::Error, statement.begin, statement.name.section(u'/', 0, -2),
-                       u"a quote without an end; all lines behind it belong to this one"_s, u"a second \""_s);
+                       u"an unclosed quote; all following lines belong to this one"_s, u"a closing \""_s);
             }
             switch (statement.kind) {
             case IniStatement::Kind::Group:
@@ -120,21 +120,21 @@ private:
     void checkBytes()
     {
         if (m_content.startsWith("\xef\xbb\xbf")) {
-            report("byte-order-mark", Severity::Note, 0, {}, u"a byte order mark; the daemon passes over it"_s,
-                   u"none, for not every program does"_s);
+            report("byte-order-mark", Severity::Note, 0, {}, u"a byte order mark; the daemon skips it"_s,
+                   u"none, because other programs do not skip it"_s);
         }
         const qsizetype nul = m_content.indexOf('\0');
         if (nul >= 0) {
-            report("nul-byte", Severity::Warning, nul, {}, u"a NUL byte; this is no text file, or a damaged one"_s,
-                   u"write the file anew, in UTF-8"_s);
+            report("nul-byte", Severity::Warning, nul, {}, u"a NUL byte; this is not a text file, or a damaged one"_s,
+                   u"a text file in UTF-8"_s);
         }
         const QByteArray sound = QString::fromUtf8(m_content).toUtf8();
         const qsizetype skipped = m_content.startsWith("\xef\xbb\xbf") ? 3 : 0;
         const auto fault = std::mismatch(m_content.begin() + skipped, m_content.end(), sound.begin(), sound.end());
         if (fault.first != m_content.end()) {
             report("not-utf-8", Severity::Warning, std::distance(m_content.begin(), fault.first), {},
-                   u"bytes that are no UTF-8; names on the bus will have other characters in their place"_s,
-                   u"save the file as UTF-8"_s);
+                   u"bytes that are not UTF-8; names on the bus will have replacement characters there"_s,
+                   u"a file in UTF-8"_s);
         }
     }
 
@@ -144,16 +144,16 @@ private:
         const QString written = shown(group.written);
         if (!group.isClosed) {
             report("unclosed-group", Severity::Error, group.begin, zone,
-                   u"a group without its ']'; all of the line counts as its name"_s, u"[%1]"_s.arg(written));
+                   u"a group without ']'; the whole line counts as its name"_s, u"[%1]"_s.arg(written));
         } else if (!group.value.isEmpty()) {
             report("text-after-group", Severity::Warning, group.valueBegin, zone,
-                   u"\"%1\" behind the group; it is ignored"_s.arg(shown(group.value)),
-                   u"a line of its own, or ';' before a remark"_s);
+                   u"\"%1\" after the group; it is ignored"_s.arg(shown(group.value)),
+                   u"a line of its own, or ';' before a comment"_s);
         }
         const bool isGeneral = group.written.toLower() == "general";
         if (isGeneral) {
             report("general-group", Severity::Error, group.begin, {},
-                   u"[%1], which Qt takes for keys outside groups; it is no zone"_s.arg(written),
+                   u"[%1] is not a zone; Qt treats its keys as keys outside groups"_s.arg(written),
                    u"another name, or [%General] for a zone of this name"_s);
             return;
         }
@@ -163,21 +163,20 @@ private:
         } else if (group.name != zone) {
             m_nestedGroups.insert(zone);
             report("nested-group", Severity::Error, group.begin, zone,
-                   u"a group within the group \"%1\"; a zone's keys are not looked for there"_s.arg(shown(zone)),
+                   u"a group inside the group \"%1\"; the daemon does not look for keys there"_s.arg(shown(zone)),
                    u"a name without '/' and backslash"_s);
         } else if (zone != QString::fromUtf8(group.written)) {
             report("escaped-name", Severity::Note, group.begin, zone,
-                   u"the zone's name on the bus is \"%1\""_s.arg(shown(zone)),
-                   u"the name as it is, where its characters allow that"_s);
+                   u"the zone's name on the bus is \"%1\""_s.arg(shown(zone)), u"the plain name, if possible"_s);
         }
         if (zone == u"None") {
             report("zone-named-none", Severity::Warning, group.begin, zone,
-                   u"a zone named \"None\"; that is also the name for no zone on the bus"_s, u"another name"_s);
+                   u"a zone named \"None\", the name that stands for no zone on the bus"_s, u"another name"_s);
         }
         Places& places = m_places[zone];
         if (places.header >= 0 && group.name == zone && m_headers.contains(group.name)) {
             report("duplicate-group", Severity::Warning, group.begin, zone,
-                   u"the group \"%1\" again, after line %2; the daemon reads both as one zone"_s.arg(
+                   u"a second group \"%1\", after line %2; the daemon merges both into one zone"_s.arg(
                        shown(zone), QString::number(m_text.placeOf(places.header).line)),
                    u"one group per zone, each with another name"_s);
         }
@@ -209,10 +208,10 @@ private:
         Places& places = m_places[zone];
         const IniStatement*& place = places.keys.at(static_cast<size_t>(number));
         if (place != nullptr) {
-            report(
-                "duplicate-key", Severity::Warning, key.begin, zone,
-                u"\"%1\" again, after line %2; the last one counts"_s.arg(name).arg(m_text.placeOf(place->begin).line),
-                u"one line per key"_s);
+            report("duplicate-key", Severity::Warning, key.begin, zone,
+                   u"a second \"%1\", after line %2; the last one counts"_s.arg(name).arg(
+                       m_text.placeOf(place->begin).line),
+                   u"one line per key"_s);
         }
         place = &key;
     }
@@ -235,7 +234,7 @@ private:
             m_zonesWithMisspelling.insert(zone + u'/' + nearest);
             report("misspelt-key", Severity::Error, key.begin, zone,
                    u"the key \"%1\"; it is ignored"_s.arg(shown(key.written)),
-                   u"\"%1\", spelled just so"_s.arg(nearest));
+                   u"\"%1\", spelled this way"_s.arg(nearest));
         }
     }
 
@@ -255,7 +254,7 @@ private:
         for (auto places = m_places.constBegin(); places != m_places.constEnd(); ++places) {
             if (!m_zonesWithKeys.contains(places.key()) && !places.key().isEmpty()) {
                 report("no-keys", Severity::Warning, places->header, places.key(),
-                       u"a group without keys; it is no zone, and no line of the log names it"_s,
+                       u"a group without keys; it is not a zone and does not appear in the log"_s,
                        u"at least high_treshold"_s);
             }
         }
@@ -286,26 +285,26 @@ private:
         if (key == nullptr || key->isQuoteOpen || isPlainNumber(key->value)) {
             return;
         }
-        const QString found = u"\"%1\" for %2"_s.arg(shown(key->value), key->name.section(u'/', -1));
-        const QString counts = u"; it counts as %1"_s.arg(number);
+        const QString name = key->name.section(u'/', -1);
+        const QString found = u"\"%1\" for %2 "_s.arg(shown(key->value), name);
+        const QString counts = u" and counts as %1"_s.arg(number);
         const QString nearest = leadingNumber(key->value);
         const auto add = [this, &zone, key](const char* id, Severity severity, const QString& what,
                                             const QString& meant) {
             report(id, severity, key->valueBegin, zone.name, what, meant);
         };
         if (key->value.isEmpty()) {
-            add("empty-value", Severity::Error, u"no value for "_s + key->name.section(u'/', -1) + counts,
+            add("empty-value", Severity::Error, u"no value for %1; it counts as %2"_s.arg(name).arg(number),
                 u"a whole number, or no such line"_s);
-        } else if (key->value.contains("@") && key->value.contains('(')) {
-            add("binary-value", Severity::Warning, found + u", a value in Qt's own form"_s + counts,
-                u"a whole number"_s);
+        } else if (key->value.contains('@') && key->value.contains('(')) {
+            add("binary-value", Severity::Warning, found + u"is in Qt's own form" + counts, u"a whole number"_s);
         } else if (key->value.contains('\\')) {
-            add("escaped-value", Severity::Warning, found + u", a value with escapes"_s + counts, u"a whole number"_s);
+            add("escaped-value", Severity::Warning, found + u"has escapes" + counts, u"a whole number"_s);
         } else if (key->value.contains(',')) {
-            add("list-value", Severity::Error, found + u", a list"_s + counts,
+            add("list-value", Severity::Error, found + u"is a list" + counts,
                 nearest.isEmpty() ? u"one whole number"_s : u"one whole number, perhaps "_s + nearest);
         } else {
-            add("not-a-number", Severity::Error, found + u", no whole number"_s + counts,
+            add("not-a-number", Severity::Error, found + u"is not a whole number" + counts,
                 nearest.isEmpty() ? u"a whole number"_s : u"a whole number, perhaps "_s + nearest);
         }
     }
@@ -329,8 +328,7 @@ private:
         }
         const QString skipped = u"; the zone is skipped"_s;
         if (high == nullptr) {
-            report("missing-bound", Severity::Error, place, zone.name,
-                   u"no high_treshold, which counts as 0"_s + skipped,
+            report("missing-bound", Severity::Error, place, zone.name, u"no high_treshold; it counts as 0"_s + skipped,
                    u"high_treshold with the highest charge of the zone"_s);
         } else if (!isPlainNumber(high->value) || (low != nullptr && !isPlainNumber(low->value))) {
             report("no-band", Severity::Error, place, zone.name,
@@ -338,11 +336,11 @@ private:
                    u"bounds that are whole numbers"_s);
         } else if (zone.lowThreshold == zone.highThreshold) {
             report("empty-band", Severity::Error, place, zone.name,
-                   u"a band from %1 to %1, which has no charge"_s.arg(zone.lowThreshold) + skipped,
+                   u"an empty band from %1 to %1"_s.arg(zone.lowThreshold) + skipped,
                    u"a low_treshold below the high_treshold"_s);
         } else {
             report("reversed-band", Severity::Error, place, zone.name,
-                   u"a band from %1 to %2, upside down"_s.arg(zone.lowThreshold).arg(zone.highThreshold) + skipped,
+                   u"a reversed band from %1 to %2"_s.arg(zone.lowThreshold).arg(zone.highThreshold) + skipped,
                    u"low_treshold=%1 and high_treshold=%2"_s.arg(zone.highThreshold).arg(zone.lowThreshold));
         }
     }
@@ -359,8 +357,8 @@ private:
         }
         if (!missing.isEmpty()) {
             report("missing-ceiling", Severity::Note, placeOf(zone), zone.name,
-                   u"no %1, which counts as -1: left alone"_s.arg(missing.join(u" and no "_s)),
-                   u"%1=-1, to say so"_s.arg(missing.join(u"=-1 and "_s)));
+                   u"no %1; what is missing counts as -1 and is left alone"_s.arg(missing.join(u" and no "_s)),
+                   u"%1=-1, to make that explicit"_s.arg(missing.join(u"=-1 and "_s)));
         }
     }
 
@@ -374,9 +372,11 @@ private:
             report("negative-ceiling", Severity::Warning, key->valueBegin, zone.name,
                    u"%1 is %2; any negative number leaves it alone"_s.arg(name).arg(ceiling), u"-1"_s);
         } else if (ceiling > most) {
-            report("ceiling-too-high", Severity::Warning, key->valueBegin, zone.name,
-                   u"%1 is %2; it is never above %3, and never lowered"_s.arg(name).arg(ceiling).arg(most),
-                   u"-1, if it is to be left alone"_s);
+            report(
+                "ceiling-too-high", Severity::Warning, key->valueBegin, zone.name,
+                u"%1 is %2; the %1 is never above %3, so that the ceiling has no effect"_s.arg(name).arg(ceiling).arg(
+                    most),
+                u"-1 to leave it alone"_s);
         }
     }
 
@@ -405,7 +405,7 @@ private:
             }
             if (winner != nullptr) {
                 report("equal-overlap", Severity::Warning, placeOf(zone), zone.name,
-                       u"a band as wide as that of \"%1\", which has %2 of it because its name sorts first"_s.arg(
+                       u"the same width as \"%1\", which owns %2 because its name sorts first"_s.arg(
                            shown(winner->name), rangeText(from, to)),
                        u"bands of different widths, or without overlap"_s);
             }
@@ -428,10 +428,10 @@ private:
             before = placeOf(zone);
             if (band.to - band.from < m_noise) {
                 report("flapping-band", Severity::Warning, before, zone.name,
-                       u"the zone has %1 only; a charge that wavers by %2 % crosses it back and forth"_s
+                       u"the zone owns only %1; a charge that fluctuates by %2 % crosses it back and forth"_s
                            .arg(rangeText(band.from, band.to))
                            .arg(m_noise),
-                       u"a band wider than that"_s);
+                       u"a wider band"_s);
             }
         }
         for (int index = 0; index < m_table.zones().size(); ++index) {
@@ -439,10 +439,8 @@ private:
             if (!owners.contains(index)) {
                 const PowerZone& coverer = m_table.zones().at(m_table.zoneAt(zone.lowThreshold + 1));
                 report("never-applies", Severity::Warning, placeOf(zone), zone.name,
-                       u"no charge selects this zone; others have all of %1 to %2, such as \"%3\""_s
-                           .arg(zone.lowThreshold + 1)
-                           .arg(zone.highThreshold)
-                           .arg(shown(coverer.name)),
+                       u"the zone never applies; others own all of %1, such as \"%2\""_s.arg(
+                           rangeText(zone.lowThreshold + 1, zone.highThreshold), shown(coverer.name)),
                        u"other bounds"_s);
             }
         }
@@ -459,8 +457,9 @@ private:
             return;
         }
         report("gap", Severity::Warning, place, {},
-               u"no zone has %1; the one before stays in force there"_s.arg(rangeText(std::max(1, band.from), band.to)),
-               u"a wide zone beneath all others, from 0 to 100"_s);
+               u"no zone owns %1; the previous zone stays in force there"_s.arg(
+                   rangeText(std::max(1, band.from), band.to)),
+               u"one wide zone from 0 to 100 besides the narrow ones"_s);
     }
 
     qsizetype placeOf(const PowerZone& zone) const

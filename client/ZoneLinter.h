@@ -7,7 +7,7 @@
 #include <QByteArray>
 #include <QList>
 
-/// By how many percent a charge wavers without any real change, unless told otherwise.
+/// By how many percent a charge fluctuates without any real change, unless the caller says otherwise.
 constexpr int kChargeNoisePercent = 2;
 
 /// What is wrong with a zone file, in the order of the file. The daemon's own reader says which zones it has and which

@@ -67,23 +67,25 @@ QJsonObject toJson(const ZoneFinding& finding)
 
 CommandDescription ZonesCheckCommand::describe() const
 {
-    return {u"zones check"_s,
-            u"find what is wrong with zone files"_s,
-            u"Reads each file as the power daemon would, and says what in it does not do what was probably meant: "
-            "misspelt keys, values that are no whole numbers, bands that are empty, cut, never apply or are so narrow "
-            "that a wavering charge crosses them, charges without a zone. Each finding is a line "
-            "FILE:LINE:COLUMN: SEVERITY: what is there; expected ... [ID].\n\n"
-            "An error is something that does not do what it says, a warning something that probably does not do what "
-            "was meant. Notes are worth knowing, and count as findings only with --strict."_s,
-            {{u"FILE"_s, u"a zone file"_s, false, true, true}},
-            {{{u"json"_s}, u"print one JSON object with all findings"_s},
-             {{u"strict"_s}, u"let notes count as findings"_s},
-             {{u"noise"_s}, u"by how many percent the charge wavers (%1)"_s.arg(kChargeNoisePercent), u"PERCENT"_s}},
-            {{u"zones check zones.ini"_s, u"what is wrong with this file"_s},
-             {u"zones check --strict --json configs/*.ini"_s, u"for a program, notes included"_s}},
-            {{ExitStatus::Done, u"no findings, or notes only"_s},
-             {ExitStatus::WrongUse, u"a file can't be read"_s},
-             {ExitStatus::Findings, u"there are findings"_s}}};
+    return {
+        u"zones check"_s,
+        u"find what is wrong with zone files"_s,
+        u"Reads each file as the power daemon would, and says what in it does not do what was probably meant: misspelt "
+        "keys, values that are not whole numbers, bands that are empty, cut, never apply or are so narrow that a "
+        "fluctuating charge crosses them, charges without a zone. Each finding is a line FILE:LINE:COLUMN: SEVERITY: "
+        "what is there; expected ... [ID].\n\n"
+        "An error does not do what it says; a warning probably does not do what was meant. Notes are worth knowing, "
+        "and "
+        "count as findings only with --strict."_s,
+        {{u"FILE"_s, u"a zone file"_s, false, true, true}},
+        {{{u"json"_s}, u"print one JSON object with all findings"_s},
+         {{u"strict"_s}, u"let notes count as findings"_s},
+         {{u"noise"_s}, u"by how many percent the charge fluctuates (%1)"_s.arg(kChargeNoisePercent), u"PERCENT"_s}},
+        {{u"zones check zones.ini"_s, u"what is wrong with this file"_s},
+         {u"zones check --strict --json configs/*.ini"_s, u"for a program, notes included"_s}},
+        {{ExitStatus::Done, u"no findings, or notes only"_s},
+         {ExitStatus::WrongUse, u"a file can't be read"_s},
+         {ExitStatus::Findings, u"there are findings"_s}}};
 }
 
 ExitStatus ZonesCheckCommand::run(const CommandArguments& arguments, Terminal& terminal)

@@ -52,7 +52,7 @@ void print(const QList<PowerZone>& candidates, int charge, Terminal& terminal)
     for (const PowerZone& zone : candidates) {
         const bool isOwner = &zone == &owner;
         const bool isEqual = zone.highThreshold - zone.lowThreshold == owner.highThreshold - owner.lowThreshold;
-        terminal.print(u"  %1 has %2"_s.arg(shown(zone.name), rangeText(zone.lowThreshold + 1, zone.highThreshold)) +
+        terminal.print(u"  %1 covers %2"_s.arg(shown(zone.name), rangeText(zone.lowThreshold + 1, zone.highThreshold)) +
                        (isOwner   ? QString()
                         : isEqual ? u"; as wide, but its name sorts later"_s
                                   : u"; wider, so it gives way"_s));
@@ -83,7 +83,7 @@ CommandDescription ZonesExplainCommand::describe() const
     return {
         u"zones explain"_s,
         u"explain which zone a charge selects"_s,
-        u"Lists the zones whose bands have the charge, says which of them wins and why, and what entering it does to "
+        u"Lists the zones whose bands cover the charge, says which of them wins and why, and what entering it does to "
         "volume and light. A charge above 100 counts as 100."_s,
         {{u"CHARGE"_s, u"a whole number of percent"_s},
          {u"FILE"_s, u"a zone file; without it, the device's own"_s, true, false, true}},

@@ -48,7 +48,7 @@ void printBands(const ZoneTable& table, const ZonePalette& palette, Terminal& te
     for (const ChargeBand& band : chargeBands(table)) {
         const QString range = rangeText(band.from, band.to).leftJustified(16);
         if (band.zone < 0) {
-            terminal.print(range + u" no zone; the one before stays in force");
+            terminal.print(range + u" no zone; the previous one stays in force");
             continue;
         }
         const PowerZone& zone = table.zones().at(band.zone);
@@ -88,7 +88,7 @@ CommandDescription ZonesShowCommand::describe() const
     return {u"zones show"_s,
             u"show which zone has which charges"_s,
             u"Draws the charges from 0 to 100 % as a strip, a letter for each zone, and lists them band by band with "
-            "their ceilings. A charge without a zone leaves the zone before in force; 0 % never has one."_s,
+            "their ceilings. A charge without a zone leaves the previous zone in force; 0 % never has a zone."_s,
             {{u"FILE"_s, u"a zone file; without it, the device's own"_s, true, false, true}},
             {{{u"json"_s}, u"print one JSON object with the zones and the bands"_s}},
             {{u"zones show"_s, u"the zones of this device"_s}, {u"zones show zones.ini"_s, u"those of a file"_s}},

@@ -211,11 +211,11 @@ private Q_SLOTS:
         const Outcome text = run({u"zones"_s, u"check"_s, good, bad});
         QCOMPARE(text.status, ExitStatus::Findings);
         QVERIFY(text.output.contains(bad + u":6:1: error: the key \"low_threshold\"; it is ignored; "
-                                           "expected \"low_treshold\", spelled just so [misspelt-key]\n"_s));
+                                           "expected \"low_treshold\", spelled this way [misspelt-key]\n"_s));
         QVERIFY(!text.output.contains(u'\x1b'));
         const Outcome json = run({u"zones"_s, u"check"_s, u"--json"_s, bad});
         QVERIFY(json.output.contains(
-            u"{\"column\":1,\"expected\":\"\\\"low_treshold\\\", spelled just so\",\"found\":\"the "
+            u"{\"column\":1,\"expected\":\"\\\"low_treshold\\\", spelled this way\",\"found\":\"the "
             "key \\\"low_threshold\\\"; it is ignored\",\"id\":\"misspelt-key\",\"line\":6,"
             "\"severity\":\"error\",\"zone\":\"A\"}"_s));
 
@@ -230,17 +230,18 @@ private Q_SLOTS:
     {
         const QString zones = file(u"zones.ini"_s, kZones);
 
-        QCOMPARE(run({u"zones"_s, u"show"_s, zones}).output, u"0    10   20   30   40   50   60   70   80   90   100\n"
-                                                             ".NNNNNNNLLLLLLLLLLLLLNNNNNNNNNNNNNNNNNNNNNNNNNNNNNN\n\n"
-                                                             "charge           volume       light        zone\n"
-                                                             "0 %              no zone; the one before stays in force\n"
-                                                             "1 % to 15 %      as it is     as it is     N Normal\n"
-                                                             "16 % to 40 %     at most 80   at most 60   L Low\n"
-                                                             "41 % to 100 %    as it is     as it is     N Normal\n"_s);
+        QCOMPARE(run({u"zones"_s, u"show"_s, zones}).output,
+                 u"0    10   20   30   40   50   60   70   80   90   100\n"
+                 ".NNNNNNNLLLLLLLLLLLLLNNNNNNNNNNNNNNNNNNNNNNNNNNNNNN\n\n"
+                 "charge           volume       light        zone\n"
+                 "0 %              no zone; the previous one stays in force\n"
+                 "1 % to 15 %      as it is     as it is     N Normal\n"
+                 "16 % to 40 %     at most 80   at most 60   L Low\n"
+                 "41 % to 100 %    as it is     as it is     N Normal\n"_s);
         QVERIFY(
             run({u"zones"_s, u"explain"_s, u"16"_s, zones})
                 .output.startsWith(
-                    u"16 %: zone Low\n  Low has 16 % to 40 %\n  Normal has 1 % to 100 %; wider, so it gives way\n"_s));
+                    u"16 %: zone Low\n  Low covers 16 % to 40 %\n  Normal covers 1 % to 100 %; wider, so it gives way\n"_s));
         QVERIFY(run({u"zones"_s, u"explain"_s, u"0%"_s, zones}).output.startsWith(u"0 %: no zone\n"_s));
         QVERIFY(run({u"zones"_s, u"explain"_s, u"150"_s, u"--json"_s, zones})
                     .output.startsWith(u"{\"candidates\":[\"Normal\"],\"charge\":100,"_s));
