@@ -4,30 +4,23 @@
 
 #include "Error.h"
 
-#include <QEventLoop>
-#include <QTimer>
-
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
-BenchDevice::BenchDevice()
-    : m_simulator(m_timeline, QStringLiteral(ZELT_ROOT), QStringLiteral(ZELT_GPIO_ROOT)), m_runner(m_simulator, nullptr)
-{
-    QObject::connect(&m_runner, &ScenarioRunner::failed, &m_runner,
-                     [this](const QString& reason) { m_error = reason; });
-}
-
 bool BenchDevice::start(const QStringList& services)
 {
-    QStringList without = m_simulator.catalogue().serviceNames();
+    QStringList without = Catalogue().serviceNames();
     without.removeIf([&services](const QString& name) { return services.contains(name); });
+    m_session =
+        std::make_unique<Session>(m_timeline, Session::Settings{QStringLiteral(ZELT_ROOT),
+                                                                QStringLiteral(ZELT_GPIO_ROOT), without, std::nullopt});
     QString error;
-    if (!m_simulator.prepareFiles(&error) || !m_simulator.start(without, &error)) {
+    const bool isStarted = m_session->start(&error);
+    if (!isStarted) {
         printError(error);
-        return false;
     }
-    return true;
+    return isStarted;
 }
 
 std::optional<double> BenchDevice::timeOf(const QString& lines, const QString& from, const QString& to)
@@ -62,15 +55,9 @@ qsizetype BenchDevice::count(const QString& text) const
 
 bool BenchDevice::run(const QString& lines)
 {
-    m_error.clear();
-    if (m_runner.load(lines, u"measure"_s, 1, &m_error)) {
-        QEventLoop loop;
-        QObject::connect(&m_runner, &ScenarioRunner::idle, &loop, &QEventLoop::quit);
-        QTimer::singleShot(0, &m_runner, &ScenarioRunner::run);
-        loop.exec();
+    const QString error = m_session->addSource().runToEnd(lines, u"measure"_s);
+    if (!error.isEmpty()) {
+        printError(error);
     }
-    if (!m_error.isEmpty()) {
-        printError(m_error);
-    }
-    return m_error.isEmpty();
+    return error.isEmpty();
 }

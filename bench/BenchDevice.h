@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ScenarioRunner.h"
-#include "Simulator.h"
+#include "Session.h"
 #include "Timeline.h"
 
+#include <memory>
 #include <optional>
 
 /// The simulated device around a measured daemon, below the build's ZELT_ROOT and ZELT_GPIO_ROOT. Lives on our own
@@ -13,7 +13,7 @@
 class BenchDevice
 {
 public:
-    BenchDevice();
+    BenchDevice() = default;
     Q_DISABLE_COPY_MOVE(BenchDevice)
 
     /// Puts services on the bus. @return whether that went well
@@ -30,7 +30,5 @@ private:
     [[nodiscard]] bool run(const QString& lines);
 
     Timeline m_timeline;
-    Simulator m_simulator;
-    ScenarioRunner m_runner;
-    QString m_error; ///< of the lines under way
+    std::unique_ptr<Session> m_session;
 };

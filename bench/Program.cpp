@@ -14,12 +14,10 @@
 #include <QTimer>
 
 #include <chrono>
-#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 
 #include <sched.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -51,12 +49,9 @@ void stayOnLastCpu()
 
 } // namespace
 
-void prepareMeasured(QProcess& process)
+void prepareMeasured(ChildProcess& process)
 {
-    process.setChildProcessModifier([] {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        stayOnLastCpu();
-    });
+    process.setInChild(&stayOnLastCpu);
 }
 
 Program::Program(const QString& file, const QStringList& arguments, const QString& busName) : m_busName(busName)
@@ -66,7 +61,6 @@ Program::Program(const QString& file, const QStringList& arguments, const QStrin
         QDBusMessage::createMethodCall(busName, interface.objectPath, interface.interfaceName, u"IsActionsEnabled"_s);
     m_process.setProgram(file);
     m_process.setArguments(arguments);
-    m_process.setStandardInputFile(QProcess::nullDevice());
     m_process.setStandardOutputFile(QProcess::nullDevice());
     m_process.setStandardErrorFile(QProcess::nullDevice());
     prepareMeasured(m_process);

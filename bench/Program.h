@@ -2,15 +2,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ChildProcess.h"
+
 #include <QDBusMessage>
-#include <QProcess>
 #include <QString>
 
 #include <optional>
 
-/// Prepares a program for measurement: it will run on the CPU of all measured programs, and be killed when this process
-/// ends, even if it crashes.
-void prepareMeasured(QProcess& process);
+/// Prepares a program for measurement: it will run on the CPU of all measured programs.
+void prepareMeasured(ChildProcess& process);
 
 /// A program under measurement: a child process that serves the power daemon's interface on the session bus. Its output
 /// is discarded. It ends with this object, or with this process, even if that crashes. All of them run on one CPU, the
@@ -48,7 +48,7 @@ private:
     [[nodiscard]] QString folder() const;
     [[nodiscard]] qint64 sumOverThreads(const QString& file, const QByteArray& field) const;
 
-    QProcess m_process;
+    ChildProcess m_process;
     QString m_busName;
     QDBusMessage m_call;
 };

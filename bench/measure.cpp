@@ -4,6 +4,7 @@
 #include "DBusValues.h"
 #include "DeviceFiles.h"
 #include "Error.h"
+#include "PrivateBus.h"
 #include "Program.h"
 #include "Report.h"
 #include "ZoneFile.h"
@@ -17,7 +18,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QSaveFile>
 #include <QTemporaryFile>
 #include <QTimer>
@@ -367,7 +367,7 @@ constexpr Benchmark kBenchmarks[] = {
 
 bool measureBenchmarks(const Settings&, Report& report)
 {
-    QProcess process;
+    ChildProcess process;
     prepareMeasured(process);
     process.start(QStringLiteral(BENCHMARKS_PROGRAM),
                   {u"--benchmark_format=json"_s, u"--benchmark_repetitions=5"_s, u"--benchmark_min_time=0.2"_s,
@@ -427,10 +427,9 @@ constexpr Measurement kMeasurements[] = {
 
 QString describe()
 {
-    QString text =
-        u"Measures the power daemon on the session bus, which should be a private one, against the floor: the "
-        u"least that a program with its standing duties has to do. Prints a Markdown table.\n\n"
-        u"Measurements:\n"_s;
+    QString text = u"Measures the power daemon on a bus of its own, against the floor: the "
+                   u"least that a program with its standing duties has to do. Prints a Markdown table.\n\n"
+                   u"Measurements:\n"_s;
     for (const Measurement& measurement : kMeasurements) {
         text += u"  %1 %2\n"_s.arg(QLatin1StringView(measurement.name), -12)
                     .arg(QLatin1StringView(measurement.description));
@@ -472,7 +471,8 @@ int main(int argc, char** argv)
     }
 
     QString error;
-    if (!DeviceFiles(QStringLiteral(ZELT_ROOT)).prepare(&error)) {
+    PrivateBus bus;
+    if (!bus.startAsSessionBus(&error) || !DeviceFiles(QStringLiteral(ZELT_ROOT)).prepare(&error)) {
         printError(error);
         return 1;
     }

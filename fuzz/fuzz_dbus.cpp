@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
 #include "ArbitraryServices.h"
-#include "CommandPattern.h"
 #include "DeviceFiles.h"
 #include "Fuzzing.h"
 #include "MessageValues.h"
@@ -9,6 +8,7 @@
 #include "PowerManager.h"
 #include "PowerManagerAdaptor.h"
 #include "PrivateBus.h"
+#include "Tokens.h"
 
 #include <QCoreApplication>
 #include <QDBusPendingCallWatcher>
@@ -127,10 +127,12 @@ int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
     fuzzing::silenceLog();
     new QCoreApplication(*argc, *argv);
-    new PrivateBus;
+    QString error;
+    if (!(new PrivateBus)->startAsSessionBus(&error)) {
+        qFatal("%s", qPrintable(error));
+    }
     catalogue = new Catalogue;
     services = new ArbitraryServices(*catalogue);
-    QString error;
     const DeviceFiles files(QStringLiteral(ZELT_ROOT));
     if (!files.prepare(&error) || !files.installScript(u"clear_data"_s, u"missing"_s, &error)) {
         qFatal("%s", qPrintable(error));

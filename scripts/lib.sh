@@ -116,34 +116,3 @@ configure_and_build() {
     (cd "$ROOT" && cmake --build --preset "$preset" --parallel "$JOBS" ${1:+--target "$@"}) ||
         die "building with preset \"$preset\" failed"
 }
-
-# Ends the command of run_on_private_bus, even if it is just about to start.
-stop_command() {
-    until [[ -s $PID_FILE ]]; do
-        kill -0 $! 2>/dev/null || return 0
-        sleep 0.05
-    done
-    kill -s TERM "$(<"$PID_FILE")" || true
-}
-
-# run_on_private_bus COMMAND...: runs it with a session bus of its own; the script ends with the command's status. If
-# PID_FILE is set, the command's process id is written there.
-run_on_private_bus() {
-    # If dbus-run-session is ended by a signal, its bus and the command stay behind. So it never gets one: it is in a
-    # session of its own, and the signals that arrive here go to the command, whose end also ends the bus.
-    local status is_stopped=""
-    PID_FILE=${PID_FILE:-$(mktemp)}
-    trap 'rm -f "$PID_FILE"' EXIT
-    trap 'is_stopped=1' INT TERM HUP
-    # shellcheck disable=SC2016 # for the inner shell to expand
-    setsid dbus-run-session -- bash -c 'echo $$ >"$1"; shift; exec "$@"' run "$PID_FILE" "$@" <&0 &
-    trap stop_command INT TERM HUP
-    [[ -z $is_stopped ]] || stop_command
-
-    # A signal interrupts the wait.
-    while :; do
-        status=0
-        wait $! || status=$?
-        kill -0 $! 2>/dev/null || exit "$status"
-    done
-}

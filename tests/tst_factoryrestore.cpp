@@ -31,7 +31,7 @@ QStringList pattern(const QString& lastPause)
 {
     const QString on = u"line 24 on"_s;
     const QString off = u"line 24 off"_s;
-    const QString wait = u"pause 500000 us"_s;
+    const QString wait = u"pause 0.5 s"_s;
     return {on, wait, off, wait, on, lastPause, off};
 }
 
@@ -77,7 +77,7 @@ QStringList restoring(int mode)
 /// A hard reset, with how the schedule, the events and the script went.
 QStringList hardReset(const QString& schedule, const QString& events, const QString& script)
 {
-    return pattern(u"pause 2000000 us"_s) +
+    return pattern(u"pause 2 s"_s) +
            QStringList{u"log 2 HARD FACTORY RESET (includes SOFT) started"_s,
                        u"log 4 HARD FACTORY RESET: clear schedule"_s,
                        u"call scheduler.Clear()"_s,
@@ -133,7 +133,7 @@ private Q_SLOTS:
         EventMonitor monitor(nullptr);
         QVERIFY(monitor.isConnected());
         connect(&monitor, &EventMonitor::event, this, [](const Event& event) {
-            timeline().addLogLine(0, u"passed on: name=%1, value=%2"_s.arg(event.name).arg(event.value));
+            timeline().add(events::Output{u"passed on: name=%1, value=%2"_s.arg(event.name).arg(event.value)});
         });
         const QStringList names{u"power|atmega_low_power"_s,
                                 u"reset_factory"_s,
@@ -146,7 +146,7 @@ private Q_SLOTS:
         QString lines;
         QStringList expected;
         for (const QString& name : names) {
-            const QString outcome = names.indexOf(name) < 3 ? u"log 0 passed on: "_s : u"log 9 Event ignored: "_s;
+            const QString outcome = names.indexOf(name) < 3 ? u"output passed on: "_s : u"log 9 Event ignored: "_s;
             for (const int value : {1, 0}) {
                 const QString event = u"name=%1, value=%2"_s.arg(name).arg(value);
                 lines += u"event \"%1\" %2\n"_s.arg(name, value == 1 ? u"on"_s : u"off"_s);
@@ -213,7 +213,7 @@ private Q_SLOTS:
 
         QVERIFY(QMetaObject::invokeMethod(m_manager.get(), "SoftResetTimer_Elapsed"));
 
-        QCOMPARE(take(), QStringList{u"log 4 SOFT FACTORY RESET timer elapsed"_s} + pattern(u"pause 500000 us"_s) +
+        QCOMPARE(take(), QStringList{u"log 4 SOFT FACTORY RESET timer elapsed"_s} + pattern(u"pause 0.5 s"_s) +
                              restoring(mode));
         QCOMPARE(completed.size(), 1);
     }

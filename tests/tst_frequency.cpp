@@ -176,7 +176,7 @@ private Q_SLOTS:
         } else if (freq < 0) {
             expected += u"log 1 GetFreq error"_s;
             // Only the function says which way was meant.
-            QVERIFY(timeline().entries().constLast().place.contains(QString::fromLatin1(slot)));
+            QVERIFY(timeline().entries().constLast().as<LogLine>()->function.contains(QString::fromLatin1(slot)));
         }
         QCOMPARE(take(), expected);
     }

@@ -43,7 +43,7 @@ QStringList rebooting(const QString& reason, const QString& savedLight)
 {
     const QString on = u"line 24 on"_s;
     const QString off = u"line 24 off"_s;
-    const QString wait = u"pause 500000 us"_s;
+    const QString wait = u"pause 0.5 s"_s;
     return QStringList{u"log 2 Reboot (%1) requested: will restart in about 5 seconds..."_s.arg(reason),
                        u"signal powermanager.PowerEvent(reboot, %1)"_s.arg(reason),
                        u"log 2 Power event emitted: reboot"_s, kPause} +

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
 #include "DBusValues.h"
+#include "EventJson.h"
 #include "RecordingPlatform.h"
 #include "SimulatedDevice.h"
 #include "Table.h"
@@ -9,14 +10,25 @@
 #include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QThread>
 
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <cmath>
+#include <csignal>
+#include <functional>
+#include <iterator>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -79,8 +91,15 @@ private Q_SLOTS:
         row("not a number's name", u"wait nan"_s, u"found \"nan\", expected a number from 0 to 86400 for SECONDS"_s);
         row("unknown method", u"fail soundmanager.Sing error"_s,
             u"found \"soundmanager.Sing\", expected a method of soundmanager (methods: GetStatus, SetMasterVolume) "
-            "for MEMBER, or a member of soundmanager (methods: GetStatus, SetMasterVolume; signals: PlayRequested, "
-            "PlayingFile, PlayingPlaylist) for MEMBER"_s);
+            "for SERVICE.METHOD, or a member of soundmanager (methods: GetStatus, SetMasterVolume; signals: "
+            "PlayRequested, "
+            "PlayingFile, PlayingPlaylist) for SERVICE.MEMBER"_s);
+        row("unknown signal", u"expect no signal PowerZone"_s,
+            u"found \"PowerZone\", expected a signal of the power daemon (PowerEvent, PowerZoneChanged, "
+            u"ActionsEnabled, "
+            "AutoscalingEnabled, SleepEnabled) for [SERVICE.]SIGNAL"_s);
+        row("unknown argument", u"expect call soundmanager.SetMasterVolume Level=5"_s,
+            u"found \"Level=5\", expected NAME=VALUE with one of the names Volume"_s);
         row("signals are not answered", u"fail lightmanager.LedSwitch mute"_s,
             u"found \"mute\", expected \"few\", or \"many\", or \"types\", or \"arrays\""_s);
         row("no such value", u"send gpeventmanager.GpEvent seek- perhaps"_s,
@@ -103,9 +122,21 @@ private Q_SLOTS:
         QFETCH(QString, line);
         QFETCH(QString, error);
         SimulatedDevice device(timeline());
+        timeline().clear();
 
         QCOMPARE(device.run(u"# a remark\n\n"_s + line), u"test:3: \"%1\": %2"_s.arg(line, error));
         QCOMPARE(timeline().size(), 0); // none of the lines was carried out
+    }
+
+    void everyCommandHasAnExample()
+    {
+        for (const Command& command : commands()) {
+            QString error;
+            const auto lines = parseScenario(QString::fromUtf8(command.example), u"help"_s, 1, Catalogue(), &error);
+            QCOMPARE(error, QString());
+            QCOMPARE(lines->size(), 1);
+            QCOMPARE(lines->constFirst().command->pattern.synopsis(), command.pattern.synopsis());
+        }
     }
 
     void expectationsTakeEachEntryOnce()
@@ -122,6 +153,111 @@ private Q_SLOTS:
         QCOMPARE(device.run(u"event seek- on\nwait 0\nexpect no signal gpeventmanager.GpEvent"_s),
                  u"test:3: \"expect no signal gpeventmanager.GpEvent\": expected no signal gpeventmanager.GpEvent, but "
                  "there was signal gpeventmanager.GpEvent(seek-, true)"_s);
+    }
+
+    void sourcesAreAnsweredApart()
+    {
+        Session session(timeline(), {});
+        QString error;
+        QVERIFY2(session.start(&error), qPrintable(error));
+        ScenarioRunner& first = session.addSource();
+        ScenarioRunner& second = session.addSource();
+        QStringList failures;
+        connect(&second, &ScenarioRunner::failed, this, [&failures](const QString& reason) { failures += reason; });
+        QVERIFY(second.load(u"charge 7\nwait 0.1\nexpect signal statusmanager.SystemStatus CBATT=7\nvolume 33"_s,
+                            u"second"_s, 1, &error));
+
+        QCOMPARE(first.runToEnd(u"chrage 5"_s, u"first"_s).section(u':', 0, 1), u"first:1"_s);
+        QCOMPARE(first.runToEnd(u"volume 1\nexpect volume 2 within 0.02\nvolume 3"_s, u"first"_s).section(u':', 0, 1),
+                 u"first:2"_s);
+
+        QTRY_COMPARE(session.simulator().device().masterVolume, 33.0); // the second went on
+        QCOMPARE(failures, QStringList());
+    }
+
+    void causeComesBeforeEffect()
+    {
+        const QString program = QStringLiteral(ZELT_ROOT "/caller");
+        const QString done = program + u".done"_s;
+        writeFile(program, "#!/bin/sh\n"
+                           "echo '4 /a/b [c.cpp:1] void d(): before'\n"
+                           "dbus-send --type=method_call --dest=com.quillmark.zelt.lightmanager "
+                           "/com/quillmark/zelt/lightmanager/lightobj com.quillmark.zelt.lightinterface.GetIntensity\n"
+                           "touch \"$0.done\"\nexec sleep 60\n");
+        QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QFile::remove(done);
+        Session session(timeline(), {{}, {}, {}, program});
+        QString error;
+        QVERIFY2(session.start(&error), qPrintable(error));
+
+        // Both arrive while nothing is read: the call is then the first that the event loop delivers.
+        QDeadlineTimer deadline(5000 * TIME_FACTOR);
+        while (!QFile::exists(done) && !deadline.hasExpired()) {
+            QThread::msleep(5);
+        }
+        QStringList entries;
+        const auto isComplete = [&entries] {
+            entries.clear();
+            const QList<Timeline::Entry> all = timeline().entries();
+            std::transform(all.begin(), all.end(), std::back_inserter(entries),
+                           std::mem_fn(&Timeline::Entry::toString));
+            return entries.contains(u"call lightmanager.GetIntensity()"_s);
+        };
+        QTRY_VERIFY(isComplete());
+
+        QCOMPARE(entries.mid(2), (QStringList{u"log 4 before"_s, u"call lightmanager.GetIntensity()"_s}));
+    }
+
+    void eventsInJson_data()
+    {
+        const ArgumentDescription volume{u"Volume"_s, u"d"_s};
+        const ArgumentDescription status{u"Status"_s, u"i"_s};
+        const Table<events::Event, QByteArray> row("event", "json");
+        row("command", events::Command{u"charge 5"_s}, R"({"kind":"command","text":"charge 5"})");
+        row("call",
+            events::Call{
+                u"soundmanager"_s, u"SetMasterVolume"_s, {{80.0}, {volume}}, events::Values{{0}, {status}}, {}, {}},
+            R"({"arguments":[{"name":"Volume","type":"d","value":80}],"kind":"call","member":"SetMasterVolume",)"
+            R"("reply":[{"name":"Status","type":"i","value":0}],"service":"soundmanager"})");
+        row("call that fails",
+            events::Call{u"scheduler"_s, u"Clear"_s, {}, events::Error{u"a.B"_s, u"c"_s}, u"error"_s, {}},
+            R"({"arguments":[],"error":{"message":"c","name":"a.B"},"fault":"error","kind":"call","member":"Clear",)"
+            R"("service":"scheduler"})");
+        row("call that is answered later", events::Call{u"freqmanager"_s, u"Suspend"_s, {}, {}, {}, u"7"_s},
+            R"({"arguments":[],"id":"7","kind":"call","member":"Suspend","service":"freqmanager"})");
+        row("signal", events::Signal{events::kPowerDaemon, u"PowerZoneChanged"_s, {{u"Low"_s}, {{u"Name"_s, u"s"_s}}}},
+            R"({"arguments":[{"name":"Name","type":"s","value":"Low"}],"kind":"signal","member":"PowerZoneChanged",)"
+            R"("service":"powermanager"})");
+        row("request", events::Request{u"IsActionsEnabled"_s, {}, u"3"_s},
+            R"({"arguments":[],"id":"3","kind":"request","member":"IsActionsEnabled"})");
+        row("answer", events::Answer{events::kPowerDaemon, u"Reboot"_s, events::Values{{-50}, {status}}, 7.5, u"3"_s},
+            R"({"id":"3","kind":"answer","member":"Reboot","reply":[{"name":"Status","type":"i","value":-50}],)"
+            R"("seconds":7.5,"service":"powermanager"})");
+        row("log line", *LogLine::parse(u"<6>4 /a/b [c.cpp:12] void D::e(int, char**): f: g"_s),
+            R"-({"file":"c.cpp","function":"void D::e(int, char**)","kind":"log","level":4,"line":12,"message":"f: g",)-"
+            R"("object":"/a/b"})");
+        row("log line without a place", *LogLine::parse(u"2 /a f: g"_s),
+            R"({"file":"","function":"","kind":"log","level":2,"line":0,"message":"f: g","object":"/a"})");
+        row("line", events::Line{24, true}, R"({"kind":"line","level":1,"line":24})");
+        row("pattern", events::Pattern{24, {500ms, 490ms}, true},
+            R"({"kind":"pattern","line":24,"text":"on 0.5 off 0.49 on"})");
+        row("pause", events::Pause{500ms, false}, R"({"kind":"pause","seconds":0.5})");
+        row("process", events::Process{events::Process::State::Ended, u"0"_s},
+            R"({"kind":"process","state":"ended","text":"0"})");
+        row("output", events::Output{u"hello"_s}, R"({"kind":"output","text":"hello"})");
+        row("note", events::Note{u"x"_s}, R"({"kind":"note","text":"x"})");
+    }
+
+    void eventsInJson()
+    {
+        QFETCH(events::Event, event);
+        QFETCH(QByteArray, json);
+        const QDateTime clock = QDateTime::fromString(u"2026-03-07T18:05:09.123Z"_s, Qt::ISODateWithMs);
+        QJsonObject expected = QJsonDocument::fromJson(json).object();
+        expected.insert(u"time"_s, 1.5);
+        expected.insert(u"clock"_s, u"2026-03-07T18:05:09.123Z"_s);
+
+        QCOMPARE(eventjson::toLine({1500, clock, event}), QJsonDocument(expected).toJson(QJsonDocument::Compact));
     }
 
     void faultsOnTheBus_data()
@@ -156,19 +292,21 @@ private Q_SLOTS:
 
     void standbyIsAnsweredAtItsEnd_data()
     {
-        const Table<QString, QString, QString, QString> row("fault", "told", "last", "error");
+        const Table<QString, QString, QString, QString> row("fault", "toldAtOnce", "last", "error");
         const QString noReply = u"org.freedesktop.DBus.Error.NoReply"_s;
-        row("none", {}, u"..."_s, u"wake"_s, {});
-        row("late", u"late 3600"_s, u"..."_s, u"wake"_s, noReply);
-        row("floods", u"floods"_s, u"..."_s, u"freqmanager.FreqChanged sent 2000 times"_s, {});
-        row("error", u"error no"_s, u"error no"_s, u"wake"_s, u"com.quillmark.zelt.Error.Failed"_s);
-        row("mute", u"mute"_s, u"no answer"_s, u"wake"_s, noReply);
+        const QString answer = u"answer freqmanager.Suspend 0"_s;
+        const QString failed = u"com.quillmark.zelt.Error.Failed"_s;
+        row("none", {}, {}, answer, {});
+        row("late", u"late 3600"_s, {}, answer, noReply);
+        row("floods", u"floods"_s, {}, u"note freqmanager.FreqChanged sent 2000 times"_s, {});
+        row("error", u"error no"_s, u"error %1 no"_s.arg(failed), u"command wake"_s, failed);
+        row("mute", u"mute"_s, {}, u"command wake"_s, noReply);
     }
 
     void standbyIsAnsweredAtItsEnd()
     {
         QFETCH(QString, fault);
-        QFETCH(QString, told);
+        QFETCH(QString, toldAtOnce);
         QFETCH(QString, error);
         SimulatedDevice device(timeline());
         QDBusConnection bus = QDBusConnection::sessionBus();
@@ -184,9 +322,11 @@ private Q_SLOTS:
 
         QCOMPARE(device.run(u"expect call freqmanager.Suspend\nwait 0.02"_s), QString());
         QVERIFY(!suspend.isValid()); // not answered yet
-        QCOMPARE(timeline().entries().constLast().result, told);
+        const Timeline::Entry called = timeline().entries().constLast();
+        QCOMPARE(events::toTexts(called.as<events::Call>()->outcome).join(u' '), toldAtOnce);
+        QCOMPARE(called.as<events::Call>()->fault, fault.section(u' ', 0, fault.startsWith(u"error") ? 0 : -1));
         QCOMPARE(device.run(u"wake"_s), QString());
-        QTEST(timeline().entries().constLast().name, "last");
+        QTEST(timeline().entries().constLast().toString(), "last");
         suspend.waitForFinished();
         QCOMPARE(suspend.reply().errorName(), error);
     }
@@ -217,6 +357,11 @@ private Q_SLOTS:
             u"hold reset_factory seek- for 0.02\nexpect signal gpeventmanager.GpEvent seek- true\n"
             "expect signal gpeventmanager.GpEvent reset_factory false"_s,
             {});
+        row("arguments by name",
+            u"charge 40\nexpect signal statusmanager.SystemStatus VBatteryOk=true CBATT=40.0\n"
+            "broadcast\nexpect signal statusmanager.SystemStatus CBATT=41 within 0"_s,
+            u"test:4: \"expect signal statusmanager.SystemStatus CBATT=41 within 0\": expected signal "
+            "statusmanager.SystemStatus CBATT=41 within 0 s"_s);
         row("key is forgotten", u"config A b \"\"\nexpect config A b \"\"\nforget A b\nexpect no config A b"_s, {});
         row("what was found", u"events 4\nexpect events 3 within 0"_s,
             u"test:2: \"expect events 3 within 0\": expected events 3 within 0 s, found 4"_s);
@@ -261,7 +406,6 @@ private Q_SLOTS:
 
     void shippedScenariosAreRight()
     {
-        SimulatedDevice device(timeline());
         const QDir folder(QStringLiteral(SOURCE_FOLDER "/simulator/scenarios"));
         const QStringList names = folder.entryList({u"*.scenario"_s}) + QStringList{u"../../docs/simulator.md"_s};
         QVERIFY(names.contains(u"battery-day.scenario"_s));
@@ -273,10 +417,7 @@ private Q_SLOTS:
                 text = text.mid(text.indexOf(u"\ncharge 40 ")).section(u"```"_s, 0, 0);
             }
             QString error;
-            device.invoke([&text, &error, &name](Simulator& simulator) {
-                ScenarioRunner runner(simulator, nullptr);
-                (void)runner.load(text, name, 1, &error); // checked by its message
-            });
+            (void)parseScenario(text, name, 1, Catalogue(), &error); // checked by its message
             QCOMPARE(error, QString());
         }
     }
@@ -307,7 +448,9 @@ private Q_SLOTS:
         row("daemon ends on its own", {u"--run"_s, u"/bin/false"_s}, "", 1, u"ended on its own, with status 1"_s);
         row("daemon crashes at a restart", {u"--run"_s, crashing}, "", 1,
             u"was asked to end, and ended with status 3"_s);
-        row("help", {}, "help expect log\n", 0, u"expect log TEXT [within WITHIN]"_s);
+        row("json", {u"--json"_s}, "volume 5\nhelp wait\n", 0, u"\"kind\":\"command\",\"text\":\"volume 5\""_s);
+        row("example", {}, "help charge\n", 0, u"for example: charge 35 over 10"_s);
+        row("help", {}, "help expect log\n", 0, u"expect log TEXT [within SECONDS]"_s);
     }
 
     void program()
@@ -320,6 +463,35 @@ private Q_SLOTS:
 
         QVERIFY2(run.output.contains(output), qPrintable(run.output));
         QTEST(run.status, "status");
+    }
+
+    void privateBusEndsWithTheProgram_data()
+    {
+        const Table<int, int> row("signalNumber", "status");
+        row("SIGINT", SIGINT, 0);
+        row("SIGTERM", SIGTERM, 0);
+        row("SIGHUP", SIGHUP, 0);
+        row("SIGKILL", SIGKILL, -1);
+    }
+
+    void privateBusEndsWithTheProgram()
+    {
+        QFETCH(int, signalNumber);
+        const SimulatedDevice other(timeline()); // whose names are taken on the test's own bus
+        QProcess program;
+        program.start(QStringLiteral(SIMULATOR_PROGRAM), {u"--private-bus"_s});
+        QVERIFY(program.waitForReadyRead(10'000 * TIME_FACTOR));
+        QVERIFY(program.readLine().contains("services are on the bus"));
+        QFile children(u"/proc/%1/task/%1/children"_s.arg(program.processId()));
+        QVERIFY(children.open(QIODevice::ReadOnly));
+        const pid_t bus = children.readAll().trimmed().toInt();
+        QVERIFY(bus > 0);
+
+        ::kill(static_cast<pid_t>(program.processId()), signalNumber);
+
+        QVERIFY(program.waitForFinished(10'000 * TIME_FACTOR));
+        QTEST(program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1, "status");
+        QTRY_VERIFY(::kill(bus, 0) != 0 && errno == ESRCH);
     }
 
     void programSaysThatANameIsTaken()

@@ -24,7 +24,8 @@ class TstTimeouts : public PowerManagerFixture
         QList<qint64> times;
         const QList<Timeline::Entry> entries = timeline().entries();
         for (const Timeline::Entry& entry : entries) {
-            if (entry.kind == Timeline::Kind::Log && entry.name.contains(text)) {
+            const auto* log = entry.as<LogLine>();
+            if (log != nullptr && log->message.contains(text)) {
                 times.append(entry.msec);
             }
         }

@@ -15,14 +15,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Signals with more arguments than this are shown by what changed since the last one.
-constexpr int kMaxShownArguments = 8;
-
 /// How often a flooding service sends each of its signals.
 constexpr int kFloodCount = 2000;
 
-/// The values as the fault leaves them.
-QVariantList spoil(QVariantList values, const Fault& fault)
+/// The values after the fault was applied to them.
+QVariantList applied(const Fault& fault, QVariantList values)
 {
     switch (fault.kind) {
     case Fault::Kind::Status:
@@ -55,25 +52,43 @@ QVariantList spoil(QVariantList values, const Fault& fault)
     return values;
 }
 
-/// The answer as the timeline shows it.
-QString shownAnswer(const QVariantList& values, const Fault& fault)
-{
-    switch (fault.kind) {
-    case Fault::Kind::Error:
-        return u"error "_s + fault.errorText;
-    case Fault::Kind::Mute:
-    case Fault::Kind::Dies:
-        return u"no answer"_s;
-    default:
-        return dbusvalues::toTexts(values.mid(0, kMaxShownArguments)).join(u", "_s);
-    }
-}
+/// The name of the error reply of a method that fails.
+constexpr QLatin1StringView kErrorName("com.quillmark.zelt.Error.Failed");
 
 } // namespace
 
 bool Fault::preventsEffect() const
 {
     return kind == Kind::Error || kind == Kind::Mute || kind == Kind::Dies || (kind == Kind::Status && status != 0);
+}
+
+QString Fault::toString() const
+{
+    switch (kind) {
+    case Kind::None:
+        return {};
+    case Kind::Error:
+        return u"error"_s;
+    case Kind::Status:
+        return u"status "_s + QString::number(status);
+    case Kind::Few:
+        return u"few"_s;
+    case Kind::Many:
+        return u"many"_s;
+    case Kind::Types:
+        return u"types"_s;
+    case Kind::Arrays:
+        return u"arrays"_s;
+    case Kind::Mute:
+        return u"mute"_s;
+    case Kind::Late:
+        return u"late "_s + QString::number(delayMs / 1000.0);
+    case Kind::Dies:
+        return u"dies"_s;
+    case Kind::Floods:
+        break;
+    }
+    return u"floods"_s;
 }
 
 SimulatedService::SimulatedService(const InterfaceDescription& description, Device& device, Timeline& timeline,
@@ -100,7 +115,7 @@ bool SimulatedService::start(QString* error)
         return true;
     }
     if (bus.isConnected()) {
-        *error = m_description.busName + u" can't be had: is another "_s + m_description.service + u" on this bus?"_s;
+        *error = m_description.busName + u" is taken: is another "_s + m_description.service + u" on this bus?"_s;
     } else {
         *error = u"no session bus: "_s + bus.lastError().message();
     }
@@ -111,7 +126,7 @@ bool SimulatedService::start(QString* error)
 void SimulatedService::stop()
 {
     if (isRunning()) {
-        // The bus learns of the end of a connection at its leisure; without the name, a restart can have it at once.
+        // The bus notices the end of a connection some time later; a restart wants the name at once.
         QDBusConnection(m_connectionName).unregisterService(m_description.busName);
         QDBusConnection::disconnectFromBus(m_connectionName);
         m_connectionName.clear();
@@ -141,22 +156,9 @@ void SimulatedService::send(const MemberDescription& signal, const QVariantList&
     }
     QDBusMessage message =
         QDBusMessage::createSignal(m_description.objectPath, m_description.interfaceName, signal.name);
-    message.setArguments(spoil(values, m_faults.value(signal.name)));
+    message.setArguments(applied(m_faults.value(signal.name), values));
 
-    QStringList shown = dbusvalues::toTexts(message.arguments());
-    if (shown.size() > kMaxShownArguments) {
-        const QVariantList last = m_lastValues.value(signal.name);
-        QStringList changed;
-        for (qsizetype i = 0; i < shown.size() && i < signal.out.size() && !last.isEmpty(); ++i) {
-            if (values.value(i) != last.value(i)) {
-                changed.append(signal.out.at(i).name + u'=' + shown.at(i));
-            }
-        }
-        changed.append(QString::number(shown.size()) + u" values"_s);
-        shown = changed;
-        m_lastValues.insert(signal.name, values);
-    }
-    m_timeline.add(Timeline::Kind::Signal, memberName(signal.name), shown);
+    m_timeline.add(events::Signal{m_description.service, signal.name, {message.arguments(), signal.out}});
     QDBusConnection(m_connectionName).send(message);
 }
 
@@ -176,26 +178,32 @@ bool SimulatedService::handleMessage(const QDBusMessage& message, const QDBusCon
             .send(message.createErrorReply(QDBusError::UnknownMethod, u"no method "_s + memberName(message.member())));
         return true;
     }
-    Timeline::Entry entry;
-    entry.kind = Timeline::Kind::Call;
-    entry.name = memberName(method->name);
-    entry.arguments = dbusvalues::toTexts(message.arguments());
+    events::Call call{m_description.service, method->name, {message.arguments(), method->in}, {}, {}, {}};
     if (message.signature() != method->inSignature()) {
-        entry.result = u"refused: arguments "_s + message.signature() + u", expected "_s + method->inSignature();
-        m_timeline.add(entry);
-        QDBusConnection(m_connectionName).send(message.createErrorReply(QDBusError::InvalidArgs, entry.result));
+        const QString text =
+            u"found arguments \""_s + message.signature() + u"\", expected \""_s + method->inSignature() + u'"';
+        const QDBusMessage refusal = message.createErrorReply(QDBusError::InvalidArgs, text);
+        call.outcome = events::Error{refusal.errorName(), text};
+        m_timeline.add(call);
+        QDBusConnection(m_connectionName).send(refusal);
         return true;
     }
     const Fault fault = m_faults.value(method->name);
     Device untouched = m_device;
-    const Device::Answer good = (fault.preventsEffect() ? untouched : m_device).call(entry.name, message.arguments());
-    const QVariantList values = spoil(dbusvalues::fill(method->out, good.values), fault);
+    const Device::Answer good =
+        (fault.preventsEffect() ? untouched : m_device).call(memberName(method->name), message.arguments());
+    const QVariantList values = applied(fault, dbusvalues::fill(method->out, good.values));
     const bool isHeld = good.isHeld && !fault.preventsEffect();
-    entry.result = isHeld ? u"..."_s : shownAnswer(values, fault);
-    m_timeline.add(entry);
-    Q_EMIT called(entry.name);
+    call.fault = fault.toString();
     if (isHeld) {
-        m_heldReplies.append({message, values, fault});
+        call.id = m_timeline.nextId();
+    } else {
+        call.outcome = outcome(*method, values, fault);
+    }
+    m_timeline.add(call);
+    Q_EMIT called(memberName(method->name));
+    if (isHeld) {
+        m_heldReplies.append({message, values, fault, method->name, call.id, m_timeline.elapsedMs()});
     } else {
         answer(message, values, fault);
     }
@@ -206,7 +214,25 @@ void SimulatedService::release()
 {
     const QList<HeldReply> replies = std::exchange(m_heldReplies, {});
     for (const HeldReply& reply : replies) {
+        const MemberDescription* method = m_description.findMethod(reply.member);
+        const double seconds = static_cast<double>(m_timeline.elapsedMs() - reply.msec) / 1000;
+        m_timeline.add(events::Answer{m_description.service, reply.member, outcome(*method, reply.values, reply.fault),
+                                      seconds, reply.id});
         answer(reply.call, reply.values, reply.fault);
+    }
+}
+
+events::Outcome SimulatedService::outcome(const MemberDescription& method, const QVariantList& values,
+                                          const Fault& fault) const
+{
+    switch (fault.kind) {
+    case Fault::Kind::Error:
+        return events::Error{kErrorName, fault.errorText};
+    case Fault::Kind::Mute:
+    case Fault::Kind::Dies:
+        return {};
+    default:
+        return events::Values{values, method.out};
     }
 }
 
@@ -217,7 +243,7 @@ void SimulatedService::answer(const QDBusMessage& call, const QVariantList& valu
     }
     QDBusMessage reply = call.createReply(values);
     if (fault.kind == Fault::Kind::Error) {
-        reply = call.createErrorReply(u"com.quillmark.zelt.Error.Failed"_s, fault.errorText);
+        reply = call.createErrorReply(kErrorName, fault.errorText);
     }
     if (fault.kind == Fault::Kind::Floods) {
         flood();

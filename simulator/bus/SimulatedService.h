@@ -18,6 +18,9 @@ struct Fault
     /// Whether the method fails before it has done anything.
     [[nodiscard]] bool preventsEffect() const;
 
+    /// As the command "fail" names it, e.g. "status -3"; empty for none.
+    [[nodiscard]] QString toString() const;
+
     enum class Kind
     {
         None,
@@ -81,10 +84,16 @@ private:
         QDBusMessage call;
         QVariantList values;
         Fault fault;
+        QString member;
+        QString id;
+        qint64 msec = 0; ///< when it came, on the timeline's clock
     };
 
     [[nodiscard]] bool isRunning() const;
     [[nodiscard]] QString memberName(const QString& member) const;
+    /// What the caller gets.
+    [[nodiscard]] events::Outcome outcome(const MemberDescription& method, const QVariantList& values,
+                                          const Fault& fault) const;
     void answer(const QDBusMessage& call, const QVariantList& values, const Fault& fault);
     void flood();
 
@@ -94,5 +103,4 @@ private:
     QString m_connectionName; ///< empty while not on the bus
     QHash<QString, Fault> m_faults;
     QList<HeldReply> m_heldReplies;
-    QHash<QString, QVariantList> m_lastValues; ///< of each signal, to show what changed
 };

@@ -25,7 +25,8 @@ RunTable::RunTable(Simulator& simulator, QObject* parent) : QObject(parent), m_s
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &RunTable::writeRow);
     connect(&simulator.timeline(), &Timeline::added, this, [this](const Timeline::Entry& entry) {
-        m_command = entry.kind == Timeline::Kind::Command ? entry.name : m_command;
+        const auto* command = entry.as<events::Command>();
+        m_command = command != nullptr ? command->text : m_command;
     });
 }
 

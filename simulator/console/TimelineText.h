@@ -4,12 +4,28 @@
 
 #include "Timeline.h"
 
-/// How the timeline is shown to a person.
-struct TimelineText
-{
-    int maxLogLevel = 9;        ///< log lines of a higher level are not shown
-    bool showFullPlace = false; ///< log lines with file, line and whole signature instead of the function's name
+#include <QHash>
 
-    /// The entry as a line without its end: seconds, kind and content in columns; empty where it is not to be shown.
-    [[nodiscard]] QString format(const Timeline::Entry& entry) const;
+/// How the timeline is shown to a person: shortened. Long signals are shown by what changed since the last one.
+class TimelineText
+{
+public:
+    int maxLogLevel = 9;        ///< log lines of a higher level are not shown
+    bool showFullPlace = false; ///< log lines with object path, file, line and the function's whole signature
+
+    /// The entry as a line without its end: seconds, kind and content in columns; empty if it is not to be shown.
+    [[nodiscard]] QString format(const Timeline::Entry& entry);
+
+private:
+    /// Kind and content.
+    struct Columns
+    {
+        QString label;
+        QString text;
+    };
+
+    [[nodiscard]] Columns columns(const events::Event& event);
+    [[nodiscard]] QString shortened(const events::Signal& signal);
+
+    QHash<QString, QVariantList> m_lastValues; ///< of each long signal
 };

@@ -87,7 +87,7 @@ void GpioLines::onFileChanged(const QString& path)
         return;
     }
     m_levels.insert(line, isOn);
-    m_timeline.add(Timeline::Kind::Line, QString::number(line), {isOn ? u"on"_s : u"off"_s});
+    m_timeline.add(events::Line{line, isOn});
     if (line == kIndicatorLine) {
         m_indicatorPattern.change(isOn);
     }

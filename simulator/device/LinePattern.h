@@ -8,9 +8,7 @@
 
 class Timeline;
 
-/// What a light on a GPIO line says: its levels from one rest to the next, told to the timeline as one pattern when the
-/// line has come to rest: "line 24 pattern on 0.5 off 0.5 on 2", in seconds. A line that stays on ends with "on" and no
-/// time.
+/// Joins the changes of a light on a GPIO line, from one rest to the next, to one pattern in the timeline.
 ///
 /// The device's patterns are on for 2 s and off for 0.5 s at most; what lasts clearly longer is a rest.
 class LinePattern : public QObject
@@ -26,7 +24,7 @@ public:
 private:
     Q_DISABLE_COPY_MOVE(LinePattern)
 
-    void tell();
+    void record();
 
     int m_line;
     Timeline& m_timeline;

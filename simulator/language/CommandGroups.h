@@ -4,12 +4,12 @@
 
 #include "Commands.h"
 
-/// Whether a command does something to the device or only looks at it.
-constexpr bool kActs = true;
-constexpr bool kLooks = false;
-
-/// The groups of commands, a source file each: what is done to the device and its parts; to its services, their members
-/// and the power daemon's process; and what only looks.
+/// What is done to the device and its parts.
 [[nodiscard]] QList<Command> deviceCommands();
+/// What is done to its services, their members and the power daemon's process.
 [[nodiscard]] QList<Command> serviceCommands();
+/// What waits for something, or only looks.
 [[nodiscard]] QList<Command> expectCommands();
+
+/// Puts commands under a heading of the help.
+[[nodiscard]] QList<Command> group(const char* subject, QList<Command> commands);

@@ -7,32 +7,39 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
-#include <QVariant>
 
+#include <any>
+#include <functional>
 #include <optional>
+#include <vector>
 
 class Catalogue;
 
-/// The form of a command, compiled from its synopsis. One element after the other, separated by single blanks:
-///
-///     word               this word
-///     <name>             any text
-///     <name:int:0:100>   a whole number of the range
-///     <name:number:0:9>  a number of the range
-///     <name:on|off>      one of these words
-///     <name:service>     a service of the catalogue
-///     <name:method>      a method of it, "service.Method"; signal, member: likewise
-///     <name:operation>   a method of the power daemon
-///     <name...>          all words up to the next keyword of the pattern
-///     [ ... ]            may be left out as a whole
+/// The values of a line that matched a pattern, in the pattern's order: the types that its parameters name; empty if
+/// the line leaves one out.
+using CommandValues = std::vector<std::any>;
+
+/// The form of a command as a row of elements: words and values, of which some may be left out. Rows are put together
+/// by form() in CommandForm.h, which keeps the types of the values.
 class CommandPattern
 {
 public:
-    CommandPattern(const char* pattern); // NOLINT(google-explicit-constructor): tables of commands hold literals
+    /// Turns a word of a line into a value; *expected says what would have been one. Empty if it is none.
+    using Parser = std::function<std::any(const QString& text, const Catalogue& catalogue, QString* expected)>;
 
-    /// Matches a line. @return the values by name: bool (on|off), int, double, QString or QStringList (a rest)
-    [[nodiscard]] std::optional<QVariantMap> match(const QList<Token>& tokens, const Catalogue& catalogue,
-                                                   LineError* error) const;
+    /// This word.
+    void addWord(const QString& word);
+    /// A value. @param shown the form for people, e.g. "PERCENT" or "{on|off}"
+    void addValue(const QString& name, const QString& shown, const Parser& parser);
+    /// All words up to the pattern's next word, as a QStringList.
+    void addRest(const QString& name);
+    /// What is added between the two may be left out as a whole: it begins with a word, or is the pattern's end.
+    void beginOptional();
+    void endOptional();
+
+    /// Matches a line. @return its values; on failure *error says what is wrong
+    [[nodiscard]] std::optional<CommandValues> match(const QList<Token>& tokens, const Catalogue& catalogue,
+                                                     LineError* error) const;
 
     /// Whether the pattern begins with these words.
     [[nodiscard]] bool startsWith(const QStringList& words) const;
@@ -52,13 +59,12 @@ private:
     struct Element
     {
         Kind kind = Kind::Word;
-        QString name;     ///< the word itself, or the value's name
-        QStringList type; ///< of a value: its type and the type's parameters
+        QString name;  ///< the word itself, or the value's name
+        QString shown; ///< in the synopsis
+        Parser parser; ///< of a value
     };
 
-    [[nodiscard]] static Element parseElement(const QString& text);
-    [[nodiscard]] qsizetype skipOptional(qsizetype at) const;
-    [[nodiscard]] QString keywordAfter(qsizetype at) const;
+    [[nodiscard]] QString wordAfter(qsizetype at) const;
 
     QList<Element> m_elements;
 };

@@ -5,23 +5,25 @@
 #include "CommandPattern.h"
 
 #include <QList>
-#include <QVariantMap>
 
+#include <functional>
 #include <optional>
 
-class Catalogue;
 class ScenarioRunner;
 
 /// A command of the language.
 struct Command
 {
+    const char* subject = ""; ///< what it is about, a heading of the help
     CommandPattern pattern;
-    const char* help;                    ///< one line
-    bool isAction;                       ///< does something: it is shown, and expectations begin anew with it
-    void (*run)(ScenarioRunner& runner); ///< carries out a line that matched the pattern
+    const char* help = "";    ///< one line
+    const char* example = ""; ///< a line that matches the pattern
+    bool isAction = false;    ///< does something: it is shown, and expectations begin anew with it
 
-    /// Checks of a line's values what its pattern can't, and may turn texts into values; null: there is nothing more.
-    std::optional<LineError> (*check)(QVariantMap& values, const Catalogue& catalogue) = nullptr;
+    /// Carries out a line that matched the pattern.
+    std::function<void(ScenarioRunner& runner, const CommandValues& values)> run;
+    /// Checks of a line's values what the pattern can't; empty: there is nothing more.
+    std::function<std::optional<LineError>(const CommandValues& values)> check;
 };
 
 /// All commands, in the order in which help lists them.

@@ -1,41 +1,42 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
+#include "CommandForm.h"
 #include "CommandGroups.h"
-
 #include "ScenarioRunner.h"
 #include "Simulator.h"
 
 #include <QTime>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <functional>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace parameters;
 
 namespace {
 
-void charge(ScenarioRunner& runner)
+void charge(ScenarioRunner& runner, int percent, std::optional<double> over)
 {
     Device& device = runner.simulator().device();
-    const int target = runner.value(u"percent"_s).toInt();
-    const int distance = std::abs(target - device.chargePercent);
-    const double over = runner.value(u"over"_s).toDouble();
-    if (over == 0 || distance == 0) {
-        device.chargePercent = target;
+    const int distance = std::abs(percent - device.chargePercent);
+    if (over.value_or(0) == 0 || distance == 0) {
+        device.chargePercent = percent;
         runner.simulator().broadcastStatus();
         return;
     }
-    // One broadcast for each percent, the first at once.
-    runner.repeat(over / distance, [&runner, &device, target] {
-        device.chargePercent += target > device.chargePercent ? 1 : -1;
+    // One broadcast for each percent, the first at once, and as long a time after each.
+    runner.repeat(*over / distance, [&runner, &device, percent] {
+        if (device.chargePercent == percent) {
+            return false;
+        }
+        device.chargePercent += percent > device.chargePercent ? 1 : -1;
         runner.simulator().broadcastStatus();
-        return device.chargePercent != target;
+        return true;
     });
 }
 
-/// Carries out what may fail, which ends the run.
+/// Carries out what may fail, which fails the line.
 void attempt(ScenarioRunner& runner, const std::function<bool(QString* error)>& action)
 {
     QString error;
@@ -44,163 +45,189 @@ void attempt(ScenarioRunner& runner, const std::function<bool(QString* error)>& 
     }
 }
 
-void sendEvent(Simulator& simulator, const QString& name, bool isOn)
+void sendEvent(ScenarioRunner& runner, const QString& name, bool isOn)
 {
-    simulator.sendValues(u"gpeventmanager.GpEvent"_s, {name, isOn});
+    runner.simulator().sendValues(u"gpeventmanager.GpEvent"_s, {name, isOn});
 }
 
-void hold(ScenarioRunner& runner)
+void hold(ScenarioRunner& runner, const QString& first, const QStringList& others, double seconds)
 {
-    Simulator& simulator = runner.simulator();
-    const QStringList buttons =
-        QStringList{runner.value(u"button"_s).toString()} + runner.value(u"buttons"_s).toStringList();
-    const auto press = [&simulator, buttons, isPressed = false]() mutable {
+    const auto press = [&runner, buttons = QStringList{first} + others, isPressed = false]() mutable {
         isPressed = !isPressed;
         for (const QString& button : buttons) {
-            sendEvent(simulator, button, isPressed);
+            sendEvent(runner, button, isPressed);
         }
         return isPressed;
     };
-    runner.repeat(runner.value(u"seconds"_s).toDouble(), press);
+    runner.repeat(seconds, press);
+}
+
+void night(ScenarioRunner& runner, int secondsToBegin, int length)
+{
+    const QTime begin = QTime::currentTime().addSecs(secondsToBegin);
+    const QString start = begin.toString(u"HH:mm:ss"_s);
+    const QString end = begin.addSecs(length).toString(u"HH:mm:ss"_s);
+    const MemberDescription* method = runner.simulator().catalogue().powerDaemon().findMethod(u"SetSleepEnabled"_s);
+    runner.simulator().powerDaemon().call(*method, {true, start, end});
+}
+
+void update(ScenarioRunner& runner, int type, std::optional<int> status)
+{
+    runner.simulator().sendValues(u"updatemanager.FilesUpdateStarted"_s, {0, type});
+    runner.simulator().sendValues(u"updatemanager.FilesUpdated"_s, {status.value_or(0), type});
+}
+
+QList<Command> batteryCommands()
+{
+    return {
+        form("charge", Whole{"PERCENT", 0, 100}, optional("over", seconds()))
+            .acts("sets the battery's charge and broadcasts the status; with over: percent by percent, in that time",
+                  "charge 35 over 10", &charge),
+        form("broadcast", optional(nullptr, Whole{"TIMES", 1, 1'000'000}))
+            .acts("broadcasts the status as it is, at full speed (default: once)", "broadcast 300",
+                  [](ScenarioRunner& runner, std::optional<int> times) {
+                      for (int i = 0; i < times.value_or(1); ++i) {
+                          runner.simulator().broadcastStatus();
+                      }
+                  }),
+    };
+}
+
+QList<Command> partCommands()
+{
+    return {
+        form("volume", Number{"LEVEL", -128, 128})
+            .acts("sets the master volume", "volume 90",
+                  [](ScenarioRunner& runner, double level) { runner.simulator().device().masterVolume = level; }),
+        form("light", Whole{"PERCENT", 0, 100})
+            .acts("sets the light's intensity", "light 60",
+                  [](ScenarioRunner& runner, int percent) {
+                      runner.simulator().device().lightIntensity = static_cast<uint>(percent);
+                  }),
+        form("light", Switch{"SWITCH"})
+            .acts("switches the light", "light on",
+                  [](ScenarioRunner& runner, bool isOn) { runner.simulator().device().isLightOn = isOn; }),
+        form("rgb", Switch{"SWITCH"})
+            .acts("enables or disables the RGB LEDs", "rgb off",
+                  [](ScenarioRunner& runner, bool isOn) { runner.simulator().device().isRgbDisabled = !isOn; }),
+        form("camera", Switch{"SWITCH"})
+            .acts("switches the camera; the photo service announces it", "camera on",
+                  [](ScenarioRunner& runner, bool isOn) {
+                      runner.simulator().device().isCameraEnabled = isOn;
+                      runner.simulator().send({u"photomanager.CameraEnabled"_s, {{u"Enabled"_s, isOn}}});
+                  }),
+        form("play", Text{"FILE"})
+            .acts("plays a file: the sound service announces the request and the file", "play evening.flac",
+                  [](ScenarioRunner& runner, const QString& file) {
+                      runner.simulator().send({u"soundmanager.PlayRequested"_s, {}});
+                      runner.simulator().sendValues(u"soundmanager.PlayingFile"_s, {file});
+                  }),
+        form("update", Whole{"TYPE", 0, 1000}, optional("status", Whole{"STATUS", -1000, 1000}))
+            .acts("updates files: the update service announces begin and end; type 12 are the configuration files "
+                  "(default: status 0)",
+                  "update 12", &update),
+    };
+}
+
+QList<Command> powerCommands()
+{
+    return {
+        form("wake").acts("wakes the device from standby before its time", "wake",
+                          [](ScenarioRunner& runner) { runner.simulator().wakeUp(); }),
+        form("night", "in", Whole{"SECONDS", 0, 86399}, "for", Whole{"LENGTH", 1, 86399})
+            .acts("sets a sleep window of LENGTH seconds that begins in SECONDS", "night in 2 for 12", &night),
+        form("freq", Whole{"MHZ", 1, 10'000})
+            .acts("sets the CPU frequency as another program would; the frequency service announces it", "freq 96",
+                  [](ScenarioRunner& runner, int mhz) {
+                      runner.simulator().device().changeFreq(mhz);
+                      runner.simulator().sendNotifications();
+                  }),
+        form("load", Whole{"PERCENT", 1, 100}, "for", seconds())
+            .acts("loads this machine's CPU from now on, while the lines go on; a new load replaces the old one",
+                  "load 100 for 10",
+                  [](ScenarioRunner& runner, int percent, double length) {
+                      runner.simulator().load().start(percent, std::chrono::milliseconds(qRound64(length * 1000)));
+                  }),
+    };
+}
+
+QList<Command> buttonCommands()
+{
+    return {
+        form("press", Text{"BUTTON"})
+            .acts("presses a button (reset_factory, seek-)", "press reset_factory",
+                  [](ScenarioRunner& runner, const QString& button) { sendEvent(runner, button, true); }),
+        form("release", Text{"BUTTON"})
+            .acts("releases it", "release reset_factory",
+                  [](ScenarioRunner& runner, const QString& button) { sendEvent(runner, button, false); }),
+        form("hold", Text{"BUTTON"}, Words{"BUTTON"}, "for", seconds())
+            .acts("presses buttons, one after the other, and releases them after that time; the line takes as long",
+                  "hold reset_factory seek- for 5.5", &hold),
+        form("low-power", Switch{"SWITCH"})
+            .acts("the power microcontroller's low-power line", "low-power on",
+                  [](ScenarioRunner& runner, bool isOn) { sendEvent(runner, u"power|atmega_low_power"_s, isOn); }),
+        form("event", Text{"NAME"}, Switch{"VALUE"})
+            .acts("sends a hardware event of that name", "event seek- on", &sendEvent),
+        form("mode", Choice{"MODE", "infrastructure|access-point"})
+            .acts("sets the mode selector, GPIO line 134", "mode access-point",
+                  [](ScenarioRunner& runner, const QString& mode) {
+                      attempt(runner, [&runner, &mode](QString* error) {
+                          return runner.simulator().lines().selectMode(mode == u"access-point", error);
+                      });
+                  }),
+    };
+}
+
+QList<Command> storageCommands()
+{
+    return {
+        form("schedule", Whole{"COUNT", 0, 1'000'000})
+            .acts("puts that many entries into the scheduler", "schedule 3",
+                  [](ScenarioRunner& runner, int count) { runner.simulator().device().scheduleEntries = count; }),
+        form("events", Whole{"COUNT", 0, 1'000'000})
+            .acts("puts that many entries into the event manager", "events 12",
+                  [](ScenarioRunner& runner, int count) { runner.simulator().device().eventEntries = count; }),
+        form("userdata", Text{"NAME"})
+            .acts("puts a file of that name among the user's data", "userdata \"recording 1.wav\"",
+                  [](ScenarioRunner& runner, const QString& name) {
+                      attempt(runner, [&runner, &name](QString* error) {
+                          return runner.simulator().files().addUserData(name, error);
+                      });
+                  }),
+        form("zones", Text{"FILE"})
+            .acts("puts a copy of FILE in the zone file's place; \"update 12\" makes the power daemon read it",
+                  "zones powermanager/zones.ini",
+                  [](ScenarioRunner& runner, const QString& file) {
+                      attempt(runner, [&runner, &file](QString* error) {
+                          return runner.simulator().files().installZones(file, error);
+                      });
+                  }),
+        form("script", Choice{"SCRIPT", "clear_data|post_factory_restore"},
+             Choice{"BEHAVIOUR", "works|fails|hangs|missing"})
+            .acts("replaces a script of the device, or removes it; later runs find it so", "script clear_data fails",
+                  [](ScenarioRunner& runner, const QString& script, const QString& behaviour) {
+                      attempt(runner, [&runner, &script, &behaviour](QString* error) {
+                          return runner.simulator().files().installScript(script, behaviour, error);
+                      });
+                  }),
+        form("config", Text{"GROUP"}, Text{"KEY"}, Text{"VALUE"})
+            .acts("sets a value of the configuration store; \"\" is an empty one", "config SOUND masterVolume 55",
+                  [](ScenarioRunner& runner, const QString& configGroup, const QString& key, const QString& value) {
+                      runner.simulator().device().config.insert({configGroup, key}, value);
+                  }),
+        form("forget", Text{"GROUP"}, Text{"KEY"})
+            .acts("removes a key of the configuration store", "forget GENERAL Nickname",
+                  [](ScenarioRunner& runner, const QString& configGroup, const QString& key) {
+                      runner.simulator().device().config.remove({configGroup, key});
+                  }),
+    };
 }
 
 } // namespace
 
 QList<Command> deviceCommands()
 {
-    return {
-        // The battery
-        {"charge <percent:int:0:100> [over <over:number:0:86400>]",
-         "sets the battery's charge and broadcasts the status; over SECONDS: goes there percent by percent", kActs,
-         &charge},
-        {"broadcast [<times:int:1:1000000>]", "broadcasts the status as it is, once or TIMES times at full speed",
-         kActs,
-         [](ScenarioRunner& runner) {
-             for (int i = 0; i < std::max(1, runner.value(u"times"_s).toInt()); ++i) {
-                 runner.simulator().broadcastStatus();
-             }
-         }},
-
-        // The device's other parts
-        {"volume <level:number:-128:128>", "sets the master volume", kActs,
-         [](ScenarioRunner& runner) {
-             runner.simulator().device().masterVolume = runner.value(u"level"_s).toDouble();
-         }},
-        {"light <intensity:int:0:100>", "sets the light's intensity in percent", kActs,
-         [](ScenarioRunner& runner) {
-             runner.simulator().device().lightIntensity = runner.value(u"intensity"_s).toUInt();
-         }},
-        {"light <switch:on|off>", "switches the light", kActs,
-         [](ScenarioRunner& runner) { runner.simulator().device().isLightOn = runner.value(u"switch"_s).toBool(); }},
-        {"rgb <switch:on|off>", "enables or disables the RGB LEDs", kActs,
-         [](ScenarioRunner& runner) {
-             runner.simulator().device().isRgbDisabled = !runner.value(u"switch"_s).toBool();
-         }},
-        {"wake", "wakes the device from standby before its time", kActs,
-         [](ScenarioRunner& runner) { runner.simulator().wakeUp(); }},
-        {"night in <begin:int:0:86399> for <length:int:1:86399>",
-         "sets a sleep window of LENGTH seconds that begins in so many seconds", kActs,
-         [](ScenarioRunner& runner) {
-             const QTime begin = QTime::currentTime().addSecs(runner.value(u"begin"_s).toInt());
-             const QString start = begin.toString(u"HH:mm:ss"_s);
-             const QString end = begin.addSecs(runner.value(u"length"_s).toInt()).toString(u"HH:mm:ss"_s);
-             runner.simulator().powerDaemon().call(
-                 *runner.simulator().catalogue().powerDaemon().findMethod(u"SetSleepEnabled"_s), {true, start, end});
-         }},
-        {"camera <switch:on|off>", "switches the camera; the photo service tells it", kActs,
-         [](ScenarioRunner& runner) {
-             const bool isOn = runner.value(u"switch"_s).toBool();
-             runner.simulator().device().isCameraEnabled = isOn;
-             runner.simulator().send({u"photomanager.CameraEnabled"_s, {{u"Enabled"_s, isOn}}});
-         }},
-        {"play <file>", "plays a file: the sound service tells the request and the file", kActs,
-         [](ScenarioRunner& runner) {
-             runner.simulator().send({u"soundmanager.PlayRequested"_s, {}});
-             runner.simulator().sendValues(u"soundmanager.PlayingFile"_s, {runner.value(u"file"_s)});
-         }},
-        {"update <type:int:0:1000> [status <status:int:-1000:1000>]",
-         "an update of files: the update service tells begin and end; type 12 are the configuration files", kActs,
-         [](ScenarioRunner& runner) {
-             const QVariantList values{runner.value(u"status"_s).toInt(), runner.value(u"type"_s)};
-             runner.simulator().sendValues(u"updatemanager.FilesUpdateStarted"_s, {0, runner.value(u"type"_s)});
-             runner.simulator().sendValues(u"updatemanager.FilesUpdated"_s, values);
-         }},
-
-        // The CPU
-        {"freq <mhz:int:1:10000>", "sets the CPU frequency as another program would; the frequency service tells it",
-         kActs,
-         [](ScenarioRunner& runner) {
-             runner.simulator().device().changeFreq(runner.value(u"mhz"_s).toInt());
-             runner.simulator().sendNotifications();
-         }},
-        {"load <percent:int:1:100> for <seconds:number:0:86400>",
-         "loads this machine's CPU from now on, while the lines go on; a new load replaces the old one", kActs,
-         [](ScenarioRunner& runner) {
-             const std::chrono::duration<double> length(runner.value(u"seconds"_s).toDouble());
-             runner.simulator().load().start(runner.value(u"percent"_s).toInt(),
-                                             std::chrono::duration_cast<std::chrono::milliseconds>(length));
-         }},
-
-        // Buttons and lines
-        {"press <button>", "presses a button (reset_factory, seek-)", kActs,
-         [](ScenarioRunner& runner) { sendEvent(runner.simulator(), runner.value(u"button"_s).toString(), true); }},
-        {"release <button>", "releases it", kActs,
-         [](ScenarioRunner& runner) { sendEvent(runner.simulator(), runner.value(u"button"_s).toString(), false); }},
-        {"hold <button> <buttons...> for <seconds:number:0:86400>",
-         "presses buttons, one after the other, and releases them after that time; the line takes as long", kActs,
-         &hold},
-        {"low-power <switch:on|off>", "the power microcontroller's low-power line", kActs,
-         [](ScenarioRunner& runner) {
-             sendEvent(runner.simulator(), u"power|atmega_low_power"_s, runner.value(u"switch"_s).toBool());
-         }},
-        {"event <name> <value:on|off>", "sends a hardware event of that name", kActs,
-         [](ScenarioRunner& runner) {
-             sendEvent(runner.simulator(), runner.value(u"name"_s).toString(), runner.value(u"value"_s).toBool());
-         }},
-        {"mode <mode:infrastructure|access-point>", "sets the mode selector, GPIO line 134", kActs,
-         [](ScenarioRunner& runner) {
-             attempt(runner, [&runner](QString* error) {
-                 return runner.simulator().lines().selectMode(runner.value(u"mode"_s) == u"access-point"_s, error);
-             });
-         }},
-
-        // What is kept on the device
-        {"schedule <count:int:0:1000000>", "puts so many entries into the scheduler", kActs,
-         [](ScenarioRunner& runner) {
-             runner.simulator().device().scheduleEntries = runner.value(u"count"_s).toInt();
-         }},
-        {"events <count:int:0:1000000>", "puts so many entries into the event manager", kActs,
-         [](ScenarioRunner& runner) { runner.simulator().device().eventEntries = runner.value(u"count"_s).toInt(); }},
-        {"userdata <name>", "puts a file of that name among the user's data", kActs,
-         [](ScenarioRunner& runner) {
-             attempt(runner, [&runner](QString* error) {
-                 return runner.simulator().files().addUserData(runner.value(u"name"_s).toString(), error);
-             });
-         }},
-        {"zones <file>", "puts a copy of FILE in the zone file's place; \"update 12\" tells the power daemon", kActs,
-         [](ScenarioRunner& runner) {
-             attempt(runner, [&runner](QString* error) {
-                 return runner.simulator().files().installZones(runner.value(u"file"_s).toString(), error);
-             });
-         }},
-        {"script <script:clear_data|post_factory_restore> <behaviour:works|fails|hangs|missing>",
-         "replaces a script of the device, or takes it away; it stays so", kActs,
-         [](ScenarioRunner& runner) {
-             attempt(runner, [&runner](QString* error) {
-                 return runner.simulator().files().installScript(runner.value(u"script"_s).toString(),
-                                                                 runner.value(u"behaviour"_s).toString(), error);
-             });
-         }},
-        {"config <group> <key> <value>", "sets a value of the configuration store; \"\" is an empty one", kActs,
-         [](ScenarioRunner& runner) {
-             runner.simulator().device().config.insert(
-                 {runner.value(u"group"_s).toString(), runner.value(u"key"_s).toString()},
-                 runner.value(u"value"_s).toString());
-         }},
-        {"forget <group> <key>", "removes a key of the configuration store", kActs,
-         [](ScenarioRunner& runner) {
-             runner.simulator().device().config.remove(
-                 {runner.value(u"group"_s).toString(), runner.value(u"key"_s).toString()});
-         }},
-    };
+    return group("Battery", batteryCommands()) + group("Parts of the device", partCommands()) +
+           group("Standby and CPU", powerCommands()) + group("Buttons and lines", buttonCommands()) +
+           group("What is stored on the device", storageCommands());
 }

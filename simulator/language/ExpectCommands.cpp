@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
+#include "CommandForm.h"
 #include "CommandGroups.h"
-
+#include "ExpectedArguments.h"
 #include "ScenarioRunner.h"
 #include "Simulator.h"
 
@@ -12,119 +13,168 @@
 #include <optional>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace parameters;
 
 namespace {
 
-/// How long an expectation waits where the line does not say.
-constexpr double kDefaultWithinSeconds = 2;
-
-double within(const ScenarioRunner& runner)
+double withinOrDefault(std::optional<double> seconds)
 {
-    const QVariant value = runner.value(u"within"_s);
-    return value.isValid() ? value.toDouble() : kDefaultWithinSeconds;
+    return seconds.value_or(kDefaultWithinSeconds);
 }
 
-bool isSameValue(const QString& actual, const QString& expected)
+/// The arguments of the event that an expectation is about.
+const events::Values& argumentsOf(const events::Call& call)
 {
-    bool isActualNumber = false;
-    bool isExpectedNumber = false;
-    const double actualNumber = actual.toDouble(&isActualNumber);
-    const double expectedNumber = expected.toDouble(&isExpectedNumber);
-    return actual == expected || (isActualNumber && isExpectedNumber && actualNumber == expectedNumber);
+    return call.arguments;
 }
 
-/// No expected arguments fit any.
-bool areArgumentsAsExpected(const QStringList& actual, const QStringList& expected)
+const events::Values& argumentsOf(const events::Signal& signal)
 {
-    return expected.isEmpty() || (actual.size() == expected.size() &&
-                                  std::equal(actual.begin(), actual.end(), expected.begin(), &isSameValue));
+    return signal.arguments;
 }
 
-/// An entry of a kind, with the member's name (a name without a service is the power daemon's) and arguments.
-ScenarioRunner::EntryTest memberEntry(Timeline::Kind kind, const QString& name, const QStringList& arguments)
+const events::Outcome& argumentsOf(const events::Answer& answer)
 {
-    const QString fullName = name.contains(u'.') ? name : u"powermanager."_s + name;
-    return [kind, fullName, arguments](const Timeline::Entry& entry) {
-        return entry.kind == kind && entry.name == fullName && areArgumentsAsExpected(entry.arguments, arguments);
+    return answer.outcome;
+}
+
+const QList<ArgumentDescription>& described(const MemberReference& member, bool isCall)
+{
+    return isCall ? member.member->in : member.member->out;
+}
+
+template <typename Event>
+constexpr bool kIsCall = std::is_same_v<Event, events::Call>;
+
+/// An event of that type, of the member, with the arguments.
+template <typename Event>
+EntryTest memberTest(const MemberReference& member, const QStringList& words)
+{
+    return [name = member.name(),
+            arguments = ExpectedArguments(words, described(member, kIsCall<Event>))](const Timeline::Entry& entry) {
+        const auto* event = entry.as<Event>();
+        return event != nullptr && events::memberName(*event) == name && arguments.match(argumentsOf(*event));
     };
 }
 
-ScenarioRunner::EntryTest logEntry(const QString& text)
+template <typename Event>
+std::optional<LineError> checkArguments(const MemberReference& member, const QStringList& words,
+                                        const std::optional<double>&)
 {
-    return
-        [text](const Timeline::Entry& entry) { return entry.kind == Timeline::Kind::Log && entry.name.contains(text); };
+    return ExpectedArguments(words, described(member, kIsCall<Event>)).error();
 }
 
-void expectMember(ScenarioRunner& runner, Timeline::Kind kind, const QString& label)
+/// "signal PowerZoneChanged Low": what is expected, as the line says it.
+QString expectation(const QString& label, const MemberReference& member, const QStringList& words)
 {
-    const QString name = runner.value(u"name"_s).toString();
-    const QStringList arguments = runner.value(u"arguments"_s).toStringList();
-    runner.expectEntry(label + u' ' + (QStringList{name} + arguments).join(u' '), within(runner),
-                       memberEntry(kind, name, arguments));
+    const bool isOfService = member.service->service != events::kPowerDaemon;
+    return (QStringList{label, isOfService ? member.name() : member.member->name} + words).join(u' ');
 }
 
-/// Waits for a number of the device to be the one in the line.
-void expectNumber(ScenarioRunner& runner, const QString& what, double (*read)(Simulator& simulator))
+template <typename Event>
+Command expectMember(const char* label, Member::Kind kind, const char* help, const char* example)
 {
-    Simulator& simulator = runner.simulator();
-    const double expected = runner.value(u"number"_s).toDouble();
-    runner.expect(
-        what + u' ' + QString::number(expected), within(runner),
-        [&simulator, expected, read] { return read(simulator) == expected; },
-        [&simulator, read] { return QString::number(read(simulator)); });
+    return form("expect", label, Member{kind}, Words{"VALUE"}, within())
+        .checked(&checkArguments<Event>)
+        .looks(help, example,
+               [label](ScenarioRunner& runner, const MemberReference& member, const QStringList& words,
+                       std::optional<double> seconds) {
+                   runner.expectEntry(expectation(QString::fromLatin1(label), member, words), withinOrDefault(seconds),
+                                      memberTest<Event>(member, words));
+               });
 }
 
-/// How far a time of a pattern may be off.
-constexpr double kPatternTolerance = 0.15;
-
-bool isSamePatternWord(const QString& actual, const QString& expected)
+template <typename Event>
+Command refuseMember(const char* label, Member::Kind kind, const char* help, const char* example)
 {
-    bool isExpectedTime = false;
-    const double expectedTime = expected.toDouble(&isExpectedTime);
-    bool isActualTime = false;
-    const double actualTime = actual.toDouble(&isActualTime);
-    return isExpectedTime ? isActualTime && std::abs(actualTime - expectedTime) <= kPatternTolerance
-                          : actual == expected;
+    return form("expect", "no", label, Member{kind}, Words{"VALUE"}, forSeconds())
+        .checked(&checkArguments<Event>)
+        .looks(help, example,
+               [label](ScenarioRunner& runner, const MemberReference& member, const QStringList& words,
+                       std::optional<double> seconds) {
+                   runner.refuseEntry(expectation(QString::fromLatin1(label), member, words), seconds.value_or(0),
+                                      memberTest<Event>(member, words));
+               });
 }
 
-std::optional<LineError> checkPattern(QVariantMap& values, const Catalogue&)
+EntryTest logTest(const QString& text)
 {
-    static const QRegularExpression kForm(u"^on( \\d*\\.?\\d+ off \\d*\\.?\\d+ on)*( \\d*\\.?\\d+)?$"_s);
-    const QString pattern = values.value(u"words"_s).toStringList().join(u' ');
-    if (kForm.match(pattern).hasMatch()) {
-        return std::nullopt;
-    }
-    return LineError{u'"' + pattern + u'"',
-                     u"a pattern such as on 0.5 off 0.5 on 2, without the last time for a line that stays on"_s};
+    return [text](const Timeline::Entry& entry) {
+        const auto* log = entry.as<LogLine>();
+        return log != nullptr && log->message.contains(text);
+    };
 }
 
-void expectPattern(ScenarioRunner& runner)
+/// @param text exit status; empty: any
+EntryTest processTest(const QString& state, const QString& text)
 {
-    const QStringList words = runner.value(u"words"_s).toStringList();
-    const QStringList expected = QStringList{u"pattern"_s} + words;
-    runner.expectEntry(u"pattern "_s + words.join(u' '), within(runner), [expected](const Timeline::Entry& entry) {
-        return entry.kind == Timeline::Kind::Line && std::equal(entry.arguments.begin(), entry.arguments.end(),
-                                                                expected.begin(), expected.end(), &isSamePatternWord);
-    });
+    return [state, text](const Timeline::Entry& entry) {
+        const auto* process = entry.as<events::Process>();
+        return process != nullptr && events::toString(process->state) == state &&
+               (text.isEmpty() || process->text == text);
+    };
 }
 
-/// The text of the line's key in the configuration store; nothing where it is missing.
-std::optional<QString> configValue(ScenarioRunner& runner)
+QList<Command> eventCommands()
 {
-    const auto& config = runner.simulator().device().config;
-    const auto found = config.constFind({runner.value(u"group"_s).toString(), runner.value(u"key"_s).toString()});
-    return found == config.constEnd() ? std::nullopt : std::optional(*found);
+    return {
+        expectMember<events::Call>(
+            "call", Member::Kind::Method,
+            "waits for a call that a service receives; without values: with any, else with all or some, NAME=VALUE",
+            "expect call soundmanager.SetMasterVolume 80 within 3"),
+        expectMember<events::Signal>(
+            "signal", Member::Kind::AnySignal,
+            "waits for a signal: of the power daemon (PowerZoneChanged) or of a service; values as for a call",
+            "expect signal statusmanager.SystemStatus CBATT=40"),
+        expectMember<events::Answer>("answer", Member::Kind::Operation,
+                                     "waits for the power daemon's answer to \"call\"; values as for a call",
+                                     "expect answer Reboot -50"),
+        form("expect", "log", Text{"TEXT"}, within())
+            .looks("waits for a log line that contains the text", "expect log \"Setting zone Low\"",
+                   [](ScenarioRunner& runner, const QString& text, std::optional<double> seconds) {
+                       runner.expectEntry(u"log \""_s + text + u'"', withinOrDefault(seconds), logTest(text));
+                   }),
+        form("expect", "ended", Whole{"STATUS", 0, 255}, within())
+            .looks("waits for the power daemon's process to end with that status", "expect ended 0",
+                   [](ScenarioRunner& runner, int status, std::optional<double> seconds) {
+                       const QString text = QString::number(status);
+                       runner.expectEntry(u"the power daemon to end with "_s + text, withinOrDefault(seconds),
+                                          processTest(u"ended"_s, text));
+                   }),
+        form("expect", "daemon", Choice{"STATE", "up|down"}, within())
+            .looks("waits for the power daemon to come up on the bus, or to leave it", "expect daemon up within 5",
+                   [](ScenarioRunner& runner, const QString& state, std::optional<double> seconds) {
+                       runner.expectEntry(u"the power daemon "_s + state, withinOrDefault(seconds),
+                                          processTest(state, {}));
+                   }),
+        refuseMember<events::Call>("call", Member::Kind::Method,
+                                   "fails if there was such a call, or comes one in that time (default: for 0)",
+                                   "expect no call lightmanager.Switch for 2"),
+        refuseMember<events::Signal>("signal", Member::Kind::AnySignal, "likewise for a signal",
+                                     "expect no signal PowerZoneChanged"),
+        form("expect", "no", "log", Text{"TEXT"}, forSeconds())
+            .looks("likewise for a log line", "expect no log error",
+                   [](ScenarioRunner& runner, const QString& text, std::optional<double> seconds) {
+                       runner.refuseEntry(u"log \""_s + text + u'"', seconds.value_or(0), logTest(text));
+                   }),
+    };
 }
 
-/// The run fails unless the line's key has that value; without one, unless it is missing.
-void expectConfig(ScenarioRunner& runner, const std::optional<QString>& value)
+/// Waits for a number of the device.
+template <typename Parameter>
+Command expectNumber(const char* what, const Parameter& parameter, const char* help, const char* example,
+                     double (*read)(Simulator& simulator))
 {
-    const auto shown = [](const std::optional<QString>& text) { return text ? u'"' + *text + u'"' : u"missing"_s; };
-    const std::optional<QString> found = configValue(runner);
-    if (found != value) {
-        runner.fail(u"expected "_s + runner.value(u"group"_s).toString() + u'/' + runner.value(u"key"_s).toString() +
-                    u" to be "_s + shown(value) + u", but it is "_s + shown(found));
-    }
+    return form("expect", what, parameter, within())
+        .looks(help, example,
+               [what, read](ScenarioRunner& runner, typename Parameter::Type number, std::optional<double> seconds) {
+                   Simulator& simulator = runner.simulator();
+                   const auto expected = static_cast<double>(number);
+                   runner.expect(
+                       QString::fromLatin1(what) + u' ' + QString::number(expected), withinOrDefault(seconds),
+                       [&simulator, expected, read] { return read(simulator) == expected; },
+                       [&simulator, read] { return QString::number(read(simulator)); });
+               });
 }
 
 bool isPartOn(const Device& device, const QString& part)
@@ -138,133 +188,139 @@ bool isPartOn(const Device& device, const QString& part)
     return part == u"camera" ? device.isCameraEnabled : !device.isPhoneForcedOff;
 }
 
+/// Fails the line unless the key has that value; without one, unless it is missing.
+void expectConfig(ScenarioRunner& runner, const QString& configGroup, const QString& key,
+                  const std::optional<QString>& value)
+{
+    const auto shown = [](const std::optional<QString>& text) { return text ? u'"' + *text + u'"' : u"missing"_s; };
+    const auto& config = runner.simulator().device().config;
+    const auto entry = config.constFind({configGroup, key});
+    const std::optional<QString> found = entry == config.constEnd() ? std::nullopt : std::optional(*entry);
+    if (found != value) {
+        runner.fail(u"expected "_s + configGroup + u'/' + key + u" to be "_s + shown(value) + u", but it is "_s +
+                    shown(found));
+    }
+}
+
+QList<Command> stateCommands()
+{
+    return {
+        expectNumber("volume", Number{"LEVEL", -128, 128}, "waits for the master volume", "expect volume 40",
+                     [](Simulator& simulator) { return simulator.device().masterVolume; }),
+        expectNumber("light", Whole{"PERCENT", 0, 100}, "waits for the light's intensity", "expect light 20",
+                     [](Simulator& simulator) -> double { return simulator.device().lightIntensity; }),
+        expectNumber("freq", Whole{"MHZ", 1, 10'000}, "waits for the CPU frequency", "expect freq 456 within 3",
+                     [](Simulator& simulator) -> double { return simulator.device().freqMHz; }),
+        expectNumber("schedule", Whole{"COUNT", 0, 1'000'000}, "waits for the number of entries in the scheduler",
+                     "expect schedule 0",
+                     [](Simulator& simulator) -> double { return simulator.device().scheduleEntries; }),
+        expectNumber("events", Whole{"COUNT", 0, 1'000'000}, "waits for the number of entries in the event manager",
+                     "expect events 0", [](Simulator& simulator) -> double { return simulator.device().eventEntries; }),
+        expectNumber("userdata", Whole{"COUNT", 0, 1'000'000}, "waits for the number of files among the user's data",
+                     "expect userdata 0",
+                     [](Simulator& simulator) -> double { return simulator.files().userDataCount(); }),
+        form("expect", "switch", Choice{"PART", "light|rgb|camera|phone"}, Switch{"SWITCH"}, within())
+            .looks("waits for a part of the device to be on or off", "expect switch light off",
+                   [](ScenarioRunner& runner, const QString& part, bool isOn, std::optional<double> seconds) {
+                       runner.expect(
+                           part + (isOn ? u" on"_s : u" off"_s), withinOrDefault(seconds),
+                           [&runner, part, isOn] { return isPartOn(runner.simulator().device(), part) == isOn; });
+                   }),
+        form("expect", "frozen", Switch{"SWITCH"}, within())
+            .looks("waits for the configuration store to be frozen, or not", "expect frozen on",
+                   [](ScenarioRunner& runner, bool isFrozen, std::optional<double> seconds) {
+                       runner.expect(
+                           isFrozen ? u"a frozen store"_s : u"a store that is not frozen"_s, withinOrDefault(seconds),
+                           [&runner, isFrozen] { return runner.simulator().device().isConfigFrozen == isFrozen; });
+                   }),
+        form("expect", "config", Text{"GROUP"}, Text{"KEY"}, Text{"VALUE"})
+            .looks("checks a value of the configuration store, at once", "expect config SOUND masterVolume -32",
+                   [](ScenarioRunner& runner, const QString& configGroup, const QString& key, const QString& value) {
+                       expectConfig(runner, configGroup, key, value);
+                   }),
+        form("expect", "no", "config", Text{"GROUP"}, Text{"KEY"})
+            .looks("fails if there is such a key", "expect no config GENERAL Nickname",
+                   [](ScenarioRunner& runner, const QString& configGroup, const QString& key) {
+                       expectConfig(runner, configGroup, key, std::nullopt);
+                   }),
+    };
+}
+
+/// How far a time of a pattern may be off, in seconds.
+constexpr double kPatternTolerance = 0.15;
+
+bool isSamePatternWord(const QString& actual, const QString& expected)
+{
+    bool isExpectedTime = false;
+    const double expectedTime = expected.toDouble(&isExpectedTime);
+    bool isActualTime = false;
+    const double actualTime = actual.toDouble(&isActualTime);
+    return isExpectedTime ? isActualTime && std::abs(actualTime - expectedTime) <= kPatternTolerance
+                          : actual == expected;
+}
+
+std::optional<LineError> checkPattern(const QStringList& words, const std::optional<double>&)
+{
+    static const QRegularExpression kForm(u"^on( \\d*\\.?\\d+ off \\d*\\.?\\d+ on)*( \\d*\\.?\\d+)?$"_s);
+    const QString pattern = words.join(u' ');
+    if (kForm.match(pattern).hasMatch()) {
+        return std::nullopt;
+    }
+    return LineError{u'"' + pattern + u'"',
+                     u"a pattern such as on 0.5 off 0.5 on 2, without the last time for a line that stays on"_s};
+}
+
+void expectPattern(ScenarioRunner& runner, const QStringList& words, std::optional<double> seconds)
+{
+    runner.expectEntry(
+        u"pattern "_s + words.join(u' '), withinOrDefault(seconds), [words](const Timeline::Entry& entry) {
+            const auto* pattern = entry.as<events::Pattern>();
+            const QStringList actual = pattern != nullptr ? pattern->words() : QStringList();
+            return std::equal(actual.begin(), actual.end(), words.begin(), words.end(), &isSamePatternWord);
+        });
+}
+
+void expectLine(ScenarioRunner& runner, int number, bool isOn, std::optional<double> seconds)
+{
+    runner.expectEntry(events::toString(events::Line{number, isOn}), withinOrDefault(seconds),
+                       [number, isOn](const Timeline::Entry& entry) {
+                           const auto* line = entry.as<events::Line>();
+                           return line != nullptr && line->number == number && line->isOn == isOn;
+                       });
+}
+
+QList<Command> lineCommands()
+{
+    return {
+        form("expect", "line", Whole{"LINE", 0, 1000}, Switch{"SWITCH"}, within())
+            .looks("waits for a GPIO line to change to a level", "expect line 24 on", &expectLine),
+        form("expect", "pattern", Words{"LEVEL"}, within())
+            .checked(&checkPattern)
+            .looks("waits for the indicator to come to rest after a pattern, levels and seconds; without the last time "
+                   "it stays on",
+                   "expect pattern on 0.5 off 0.5 on 2", &expectPattern),
+    };
+}
+
+QList<Command> otherCommands()
+{
+    return {
+        form("wait", seconds())
+            .looks("continues after that time", "wait 0.5",
+                   [](ScenarioRunner& runner, double length) { runner.pauseFor(length); }),
+        form("note", Words{"TEXT"})
+            .looks("puts a remark into the timeline", "note the battery falls",
+                   [](ScenarioRunner& runner, const QStringList& words) {
+                       runner.simulator().timeline().note(words.join(u' '));
+                   }),
+    };
+}
+
 } // namespace
 
 QList<Command> expectCommands()
 {
-    return {
-        // Looking
-        {"wait <seconds:number:0:86400>", "goes on after that time", kLooks,
-         [](ScenarioRunner& runner) { runner.pauseFor(runner.value(u"seconds"_s).toDouble()); }},
-        {"expect call <name:method> <arguments...> [within <within:number:0:86400>]",
-         "waits for a call that a service receives; without arguments: with any", kLooks,
-         [](ScenarioRunner& runner) { expectMember(runner, Timeline::Kind::Call, u"call"_s); }},
-        {"expect signal <name> <arguments...> [within <within:number:0:86400>]",
-         "waits for a signal: of the power daemon (PowerZoneChanged) or of a service (service.Signal)", kLooks,
-         [](ScenarioRunner& runner) { expectMember(runner, Timeline::Kind::Signal, u"signal"_s); }},
-        {"expect answer <name:operation> <arguments...> [within <within:number:0:86400>]",
-         "waits for the power daemon's answer to \"call\"", kLooks,
-         [](ScenarioRunner& runner) { expectMember(runner, Timeline::Kind::Answer, u"answer"_s); }},
-        {"expect log <text> [within <within:number:0:86400>]", "waits for a log line that contains the text", kLooks,
-         [](ScenarioRunner& runner) {
-             const QString text = runner.value(u"text"_s).toString();
-             runner.expectEntry(u"log \""_s + text + u'"', within(runner), logEntry(text));
-         }},
-        {"expect ended <status:int:0:255> [within <within:number:0:86400>]",
-         "waits for the power daemon's process to end with that status", kLooks,
-         [](ScenarioRunner& runner) {
-             const QString status = runner.value(u"status"_s).toString();
-             runner.expectEntry(u"the power daemon to end with "_s + status, within(runner),
-                                [status](const Timeline::Entry& entry) {
-                                    return entry.kind == Timeline::Kind::Process && entry.name == u"ended" &&
-                                           entry.arguments.constFirst() == status;
-                                });
-         }},
-        {"expect daemon <state:up|down> [within <within:number:0:86400>]",
-         "waits for the power daemon to come up on the bus, or to leave it", kLooks,
-         [](ScenarioRunner& runner) {
-             const QString state = runner.value(u"state"_s).toString();
-             runner.expectEntry(u"the power daemon "_s + state, within(runner), [state](const Timeline::Entry& entry) {
-                 return entry.kind == Timeline::Kind::Process && entry.name == state;
-             });
-         }},
-        {"expect volume <number:number:-128:128> [within <within:number:0:86400>]", "waits for the master volume",
-         kLooks,
-         [](ScenarioRunner& runner) {
-             expectNumber(runner, u"volume"_s,
-                          [](Simulator& simulator) -> double { return simulator.device().masterVolume; });
-         }},
-        {"expect light <number:int:0:100> [within <within:number:0:86400>]",
-         "waits for the light's intensity in percent", kLooks,
-         [](ScenarioRunner& runner) {
-             expectNumber(runner, u"light"_s,
-                          [](Simulator& simulator) -> double { return simulator.device().lightIntensity; });
-         }},
-        {"expect freq <number:int:1:10000> [within <within:number:0:86400>]", "waits for the CPU frequency in MHz",
-         kLooks,
-         [](ScenarioRunner& runner) {
-             expectNumber(runner, u"freq"_s, [](Simulator& simulator) -> double { return simulator.device().freqMHz; });
-         }},
-        {"expect schedule <number:int:0:1000000> [within <within:number:0:86400>]",
-         "waits for the number of entries in the scheduler", kLooks,
-         [](ScenarioRunner& runner) {
-             expectNumber(runner, u"schedule"_s,
-                          [](Simulator& simulator) -> double { return simulator.device().scheduleEntries; });
-         }},
-        {"expect events <number:int:0:1000000> [within <within:number:0:86400>]", "likewise in the event manager",
-         kLooks,
-         [](ScenarioRunner& runner) {
-             expectNumber(runner, u"events"_s,
-                          [](Simulator& simulator) -> double { return simulator.device().eventEntries; });
-         }},
-        {"expect userdata <number:int:0:1000000> [within <within:number:0:86400>]",
-         "waits for the number of files among the user's data", kLooks,
-         [](ScenarioRunner& runner) {
-             expectNumber(runner, u"userdata"_s,
-                          [](Simulator& simulator) -> double { return simulator.files().userDataCount(); });
-         }},
-        {"expect switch <part:light|rgb|camera|phone> <state:on|off> [within <within:number:0:86400>]",
-         "waits for a part of the device to be on or off", kLooks,
-         [](ScenarioRunner& runner) {
-             const QString part = runner.value(u"part"_s).toString();
-             const bool isOn = runner.value(u"state"_s).toBool();
-             runner.expect(part + (isOn ? u" on"_s : u" off"_s), within(runner),
-                           [&runner, part, isOn] { return isPartOn(runner.simulator().device(), part) == isOn; });
-         }},
-        {"expect line <line:int:0:1000> <level:on|off> [within <within:number:0:86400>]",
-         "waits for a GPIO line to change to a level", kLooks,
-         [](ScenarioRunner& runner) {
-             const QString line = runner.value(u"line"_s).toString();
-             const QString level = runner.value(u"level"_s).toBool() ? u"on"_s : u"off"_s;
-             const QString what = u"line "_s + line + u' ' + level;
-             runner.expectEntry(what, within(runner),
-                                [what](const Timeline::Entry& entry) { return entry.toString() == what; });
-         }},
-        {"expect pattern <words...> [within <within:number:0:86400>]",
-         "waits for the indicator to come to rest after on 0.5 off 0.5 on 2, say; without the last time it stays on",
-         kLooks, &expectPattern, &checkPattern},
-        {"expect frozen <state:on|off> [within <within:number:0:86400>]",
-         "waits for the configuration store to be frozen, or not", kLooks,
-         [](ScenarioRunner& runner) {
-             const bool isFrozen = runner.value(u"state"_s).toBool();
-             runner.expect(isFrozen ? u"a frozen store"_s : u"a store that is not frozen"_s, within(runner),
-                           [&runner, isFrozen] { return runner.simulator().device().isConfigFrozen == isFrozen; });
-         }},
-        {"expect config <group> <key> <value>", "looks for a value of the configuration store", kLooks,
-         [](ScenarioRunner& runner) { expectConfig(runner, runner.value(u"value"_s).toString()); }},
-        {"expect no config <group> <key>", "fails if there is such a key", kLooks,
-         [](ScenarioRunner& runner) { expectConfig(runner, std::nullopt); }},
-        {"expect no call <name:method> <arguments...> [for <for:number:0:86400>]",
-         "fails if there was such a call, or comes one in that time", kLooks,
-         [](ScenarioRunner& runner) {
-             const QString name = runner.value(u"name"_s).toString();
-             runner.refuseEntry(u"call "_s + name, runner.value(u"for"_s).toDouble(),
-                                memberEntry(Timeline::Kind::Call, name, runner.value(u"arguments"_s).toStringList()));
-         }},
-        {"expect no signal <name> <arguments...> [for <for:number:0:86400>]", "likewise for a signal", kLooks,
-         [](ScenarioRunner& runner) {
-             const QString name = runner.value(u"name"_s).toString();
-             runner.refuseEntry(u"signal "_s + name, runner.value(u"for"_s).toDouble(),
-                                memberEntry(Timeline::Kind::Signal, name, runner.value(u"arguments"_s).toStringList()));
-         }},
-        {"expect no log <text> [for <for:number:0:86400>]", "likewise for a log line", kLooks,
-         [](ScenarioRunner& runner) {
-             const QString text = runner.value(u"text"_s).toString();
-             runner.refuseEntry(u"log \""_s + text + u'"', runner.value(u"for"_s).toDouble(), logEntry(text));
-         }},
-        {"note <text...>", "puts a remark into the timeline", kLooks,
-         [](ScenarioRunner& runner) {
-             runner.simulator().timeline().note(runner.value(u"text"_s).toStringList().join(u' '));
-         }},
-    };
+    return group("Expectations: what happens (default: within 2 seconds)", eventCommands()) +
+           group("Expectations: the device's state (default: within 2 seconds)", stateCommands()) +
+           group("Expectations: lines (default: within 2 seconds)", lineCommands()) + group("Other", otherCommands());
 }

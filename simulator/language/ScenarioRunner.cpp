@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "ScenarioRunner.h"
 
-#include "Commands.h"
 #include "Simulator.h"
+
+#include <QEventLoop>
+#include <QThread>
 
 #include <chrono>
 #include <utility>
@@ -20,67 +22,34 @@ std::chrono::milliseconds fromSeconds(double seconds)
 } // namespace
 
 ScenarioRunner::ScenarioRunner(Simulator& simulator, DaemonProcess* daemon, QObject* parent)
-    : QObject(parent), m_simulator(simulator), m_daemon(daemon), m_timer(this)
+    : QObject(parent), m_simulator(simulator), m_daemon(daemon), m_evidence(simulator.timeline()), m_timer(this)
 {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &ScenarioRunner::onTimeout);
-    // Queued where another thread adds to the timeline.
+    // Queued if another thread adds to the timeline.
     connect(&simulator.timeline(), &Timeline::added, this, &ScenarioRunner::onEntryAdded);
 }
 
 bool ScenarioRunner::load(const QString& text, const QString& origin, int firstLine, QString* error)
 {
-    QList<Line> lines;
-    int number = firstLine;
-    const QStringList texts = text.split(u'\n');
-    for (const QString& lineText : texts) {
-        std::optional<LineError> lineError;
-        std::optional<Line> line = parse(lineText, &lineError);
-        if (lineError) {
-            *error = origin + u':' + QString::number(number) + u": \""_s + lineText.trimmed() + u"\": "_s +
-                     lineError->toString();
-            return false;
-        }
-        if (line) {
-            line->origin = origin;
-            line->number = number;
-            lines.append(*line);
-        }
-        ++number;
+    const std::optional<QList<ScenarioLine>> lines =
+        parseScenario(text, origin, firstLine, m_simulator.catalogue(), error);
+    if (!lines) {
+        return false;
     }
-    m_queue.append(lines);
+    m_queue.append(*lines);
+    if (m_isRunning) {
+        run();
+    }
     return true;
-}
-
-std::optional<ScenarioRunner::Line> ScenarioRunner::parse(const QString& text, std::optional<LineError>* error) const
-{
-    const QList<Token> tokens = tokenize(text, error);
-    if (tokens.isEmpty()) {
-        return std::nullopt;
-    }
-    // Several commands may begin with the same words: the one that understands most of the line tells what is wrong.
-    LineError furthest{u'"' + tokens.constFirst().text + u'"', u"a command (\"help\" lists them)"_s, 0};
-    for (const Command& command : commands()) {
-        LineError lineError;
-        if (auto values = command.pattern.match(tokens, m_simulator.catalogue(), &lineError)) {
-            *error = command.check != nullptr ? command.check(*values, m_simulator.catalogue()) : std::nullopt;
-            return Line{{}, 0, text.trimmed(), &command, *values};
-        }
-        if (lineError.position > furthest.position) {
-            furthest = lineError;
-        } else if (lineError.position == furthest.position && lineError.position > 0 &&
-                   !furthest.expected.contains(lineError.expected)) {
-            furthest.expected += u", or "_s + lineError.expected;
-        }
-    }
-    *error = furthest;
-    return std::nullopt;
 }
 
 void ScenarioRunner::run()
 {
-    if (!m_isBusy) {
+    m_isRunning = true;
+    // Once, or idle() would come again when the next lines have been loaded.
+    if (!m_isBusy && !std::exchange(m_isNextQueued, true)) {
         QTimer::singleShot(0, this, &ScenarioRunner::next);
     }
 }
@@ -90,8 +59,32 @@ bool ScenarioRunner::isIdle() const
     return !m_isBusy && m_queue.isEmpty();
 }
 
+QString ScenarioRunner::runToEnd(const QString& lines, const QString& origin)
+{
+    QString error;
+    QEventLoop loop;
+    bool isLoaded = false;
+    // On the runner's thread: from the moment the lines are loaded, the next idle() is theirs.
+    const auto begin = [this, &lines, &origin, &error, &loop, &isLoaded] {
+        isLoaded = load(lines, origin, 1, &error);
+        if (isLoaded) {
+            connect(this, &ScenarioRunner::idle, &loop, &QEventLoop::quit);
+            connect(this, &ScenarioRunner::failed, &loop,
+                    [&error](const QString& reason) { error = reason; }); // clazy:exclude=lambda-in-connect
+            run();
+        }
+    };
+    QMetaObject::invokeMethod(
+        this, begin, thread() == QThread::currentThread() ? Qt::DirectConnection : Qt::BlockingQueuedConnection);
+    if (isLoaded) {
+        loop.exec();
+    }
+    return error;
+}
+
 void ScenarioRunner::next()
 {
+    m_isNextQueued = false;
     if (m_isBusy) {
         return;
     }
@@ -102,11 +95,10 @@ void ScenarioRunner::next()
     m_line = m_queue.dequeue();
     m_isBusy = true;
     if (m_line.command->isAction) {
-        m_mark = m_simulator.timeline().position();
-        m_used.clear();
-        m_simulator.timeline().add(Timeline::Kind::Command, m_line.text);
+        m_evidence.beginAnew();
+        m_simulator.timeline().add(events::Command{m_line.text});
     }
-    m_line.command->run(*this);
+    m_line.command->run(*this, m_line.values);
     if (m_isBusy && !m_condition && !m_timer.isActive()) {
         finishLine();
     }
@@ -146,18 +138,6 @@ void ScenarioRunner::onEntryAdded()
     }
 }
 
-qsizetype ScenarioRunner::findEntry(const EntryTest& matches, qsizetype* from) const
-{
-    const QList<Timeline::Entry> entries = m_simulator.timeline().entries(*from, from);
-    const qsizetype first = *from - entries.size();
-    for (qsizetype i = 0; i < entries.size(); ++i) {
-        if (!m_used.contains(first + i) && matches(entries.at(i))) {
-            return first + i;
-        }
-    }
-    return -1;
-}
-
 Simulator& ScenarioRunner::simulator()
 {
     return m_simulator;
@@ -166,11 +146,6 @@ Simulator& ScenarioRunner::simulator()
 DaemonProcess* ScenarioRunner::daemon()
 {
     return m_daemon;
-}
-
-QVariant ScenarioRunner::value(const QString& name) const
-{
-    return m_line.values.value(name);
 }
 
 void ScenarioRunner::pauseFor(double seconds)
@@ -212,26 +187,26 @@ void ScenarioRunner::expect(const QString& what, double withinSeconds, std::func
     m_timer.start(fromSeconds(withinSeconds));
 }
 
-void ScenarioRunner::expectEntry(const QString& what, double withinSeconds, EntryTest matches)
+void ScenarioRunner::expectEntry(const QString& what, double withinSeconds, EntryTest test)
 {
-    expect(what, withinSeconds, [this, matches = std::move(matches), from = m_mark]() mutable {
-        const qsizetype found = findEntry(matches, &from);
-        if (found >= 0) {
-            m_used.insert(found);
+    expect(what, withinSeconds, [this, test = std::move(test), from = m_evidence.begin()]() mutable {
+        const std::optional<qsizetype> found = m_evidence.find(test, &from);
+        if (found) {
+            m_evidence.use(*found);
         }
-        return found >= 0;
+        return found.has_value();
     });
 }
 
-void ScenarioRunner::refuseEntry(const QString& what, double forSeconds, EntryTest matches)
+void ScenarioRunner::refuseEntry(const QString& what, double forSeconds, EntryTest test)
 {
-    std::function<bool()> failIfFound = [this, what, matches = std::move(matches), from = m_mark]() mutable {
-        const qsizetype found = findEntry(matches, &from);
-        if (found >= 0) {
+    std::function<bool()> failIfFound = [this, what, test = std::move(test), from = m_evidence.begin()]() mutable {
+        const std::optional<qsizetype> found = m_evidence.find(test, &from);
+        if (found) {
             fail(u"expected no "_s + what + u", but there was "_s +
-                 m_simulator.timeline().entries(found).constFirst().toString());
+                 m_simulator.timeline().entries(*found).constFirst().toString());
         }
-        return found >= 0;
+        return found.has_value();
     };
     if (failIfFound()) {
         return;
@@ -248,10 +223,10 @@ void ScenarioRunner::print(const QString& text)
 
 void ScenarioRunner::fail(const QString& reason)
 {
-    const QString where = m_line.origin + u':' + QString::number(m_line.number) + u": \""_s + m_line.text + u"\": "_s;
     m_queue.clear();
     m_condition = nullptr;
-    m_simulator.timeline().note(u"FAILED "_s + where + reason);
-    Q_EMIT failed(where + reason);
+    const QString text = m_line.place() + u": "_s + reason;
+    m_simulator.timeline().note(u"FAILED "_s + text);
+    Q_EMIT failed(text);
     finishLine();
 }

@@ -4,40 +4,34 @@
 
 #include "Timeline.h"
 
-#include <QRegularExpression>
-
+#include <array>
 #include <chrono>
-#include <csignal>
+#include <optional>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
 DaemonProcess::DaemonProcess(const QString& program, Timeline& timeline, QObject* parent)
-    : QObject(parent), m_timeline(timeline), m_process(this), m_killTimer(this)
+    : QObject(parent), m_timeline(timeline), m_killTimer(this)
 {
     m_process.setProgram(program);
-    m_process.setProcessChannelMode(QProcess::MergedChannels);
-    m_process.setStandardInputFile(QProcess::nullDevice());
-    // Our own blocked termination signals are not the daemon's.
-    m_process.setChildProcessModifier([] {
-        sigset_t none;
-        sigemptyset(&none);
-        sigprocmask(SIG_SETMASK, &none, nullptr);
-    });
+    m_process.setProcessChannelMode(QProcess::ForwardedChannels); // our own pipe takes their place
     m_killTimer.setSingleShot(true);
     m_killTimer.setInterval(10s);
     connect(&m_killTimer, &QTimer::timeout, &m_process, &QProcess::kill);
-    connect(&m_process, &QProcess::readyReadStandardOutput, this, &DaemonProcess::readLines);
     connect(&m_process, &QProcess::finished, this, &DaemonProcess::onFinished);
     connect(&m_process, &QProcess::errorOccurred, this, &DaemonProcess::onErrorOccurred);
+    connect(&timeline, &Timeline::aboutToAdd, this, &DaemonProcess::onAboutToAdd);
 }
 
 DaemonProcess::~DaemonProcess()
 {
-    // Nothing of it may outlive us, whatever way we end.
     m_process.disconnect(this);
-    m_process.kill();
-    m_process.waitForFinished();
+    closePipe();
 }
 
 void DaemonProcess::start()
@@ -46,8 +40,14 @@ void DaemonProcess::start()
         return;
     }
     m_wasAsked = false;
-    m_timeline.add(Timeline::Kind::Process, u"started"_s, {m_process.program()});
+    m_timeline.add(events::Process{events::Process::State::Started, m_process.program()});
+    const int writeEnd = openPipe();
+    m_process.setInChild([writeEnd] {
+        (void)dup2(writeEnd, STDOUT_FILENO);
+        (void)dup2(writeEnd, STDERR_FILENO);
+    });
     m_process.start();
+    ::close(writeEnd);
 }
 
 void DaemonProcess::stop()
@@ -64,18 +64,68 @@ bool DaemonProcess::isRunning() const
     return m_process.state() != QProcess::NotRunning;
 }
 
+QString DaemonProcess::program() const
+{
+    return m_process.program();
+}
+
+int DaemonProcess::openPipe()
+{
+    closePipe();
+    std::array<int, 2> ends = {-1, -1};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0 || fcntl(ends[0], F_SETFL, O_NONBLOCK) != 0) {
+        qFatal("no pipe for the power daemon: %s", qPrintable(qt_error_string()));
+    }
+    m_output = std::make_unique<QSocketNotifier>(ends[0], QSocketNotifier::Read);
+    connect(m_output.get(), &QSocketNotifier::activated, this, &DaemonProcess::readLines);
+    return ends[1];
+}
+
+void DaemonProcess::closePipe()
+{
+    if (m_output) {
+        const auto readEnd = static_cast<int>(m_output->socket());
+        m_output.reset();
+        ::close(readEnd);
+    }
+}
+
 void DaemonProcess::readLines()
 {
-    static const QRegularExpression kLogLine(u"^(?:<\\d>)?(\\d+) (/\\S*) (.*)$"_s);
-    while (m_process.canReadLine()) {
-        QString line = QString::fromLocal8Bit(m_process.readLine());
-        line.chop(1);
-        const QRegularExpressionMatch match = kLogLine.match(line);
-        if (match.hasMatch()) {
-            m_timeline.addLogLine(match.captured(1).toInt(), match.captured(3));
-        } else {
-            m_timeline.add(Timeline::Kind::Output, line);
-        }
+    if (!m_output) {
+        return;
+    }
+    std::array<char, 65536> buffer = {};
+    ssize_t length = 0;
+    while ((length = ::read(static_cast<int>(m_output->socket()), buffer.data(), buffer.size())) > 0) {
+        m_partialLine.append(buffer.data(), length);
+    }
+    if (length == 0) {
+        m_output->setEnabled(false); // the end; it would be announced again and again
+    }
+    // Taken out one by one: what hears of an added line may come back here.
+    for (qsizetype end = 0; (end = m_partialLine.indexOf('\n')) >= 0;) {
+        const QByteArray line = m_partialLine.left(end);
+        m_partialLine.remove(0, end + 1);
+        addLine(line);
+    }
+}
+
+void DaemonProcess::addLine(const QByteArray& line)
+{
+    const QString text = QString::fromLocal8Bit(line);
+    if (const std::optional<LogLine> log = LogLine::parse(text)) {
+        m_timeline.add(*log);
+    } else {
+        m_timeline.add(events::Output{text});
+    }
+}
+
+void DaemonProcess::onAboutToAdd(const events::Event& event)
+{
+    // Its own lines are what comes first.
+    if (!std::holds_alternative<LogLine>(event) && !std::holds_alternative<events::Output>(event)) {
+        readLines();
     }
 }
 
@@ -83,8 +133,12 @@ void DaemonProcess::onFinished(int exitCode, QProcess::ExitStatus exitStatus)
 {
     m_killTimer.stop();
     readLines();
+    if (!m_partialLine.isEmpty()) {
+        addLine(std::exchange(m_partialLine, {})); // a last line without an end
+    }
+    closePipe();
     const int status = exitStatus == QProcess::NormalExit ? exitCode : 128 + exitCode;
-    m_timeline.add(Timeline::Kind::Process, u"ended"_s, {QString::number(status)});
+    m_timeline.add(events::Process{events::Process::State::Ended, QString::number(status)});
     Q_EMIT ended(status, m_wasAsked);
 }
 

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "PowerDaemonClient.h"
 
-#include "DBusValues.h"
 #include "Timeline.h"
 
 #include <QDBusConnection>
@@ -56,35 +55,35 @@ void PowerDaemonClient::call(const MemberDescription& method, const QVariantList
     QDBusMessage call = QDBusMessage::createMethodCall(m_description.busName, m_description.objectPath,
                                                        m_description.interfaceName, method.name);
     call.setArguments(arguments);
-    const QString name = m_description.service + u'.' + method.name;
-    m_timeline.add(Timeline::Kind::Request, name, dbusvalues::toTexts(arguments));
+    events::Answer answer{m_description.service, method.name, {}, 0, m_timeline.nextId()};
+    m_timeline.add(events::Request{method.name, {arguments, method.in}, answer.id});
     auto* watcher =
         new QDBusPendingCallWatcher(QDBusConnection(m_connectionName).asyncCall(call, kCallTimeoutMs), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, name, watcher] { onAnswer(name, watcher); });
-}
-
-void PowerDaemonClient::onAnswer(const QString& method, QDBusPendingCallWatcher* watcher)
-{
-    const QStringList answer = watcher->isError()
-                                   ? QStringList{u"error"_s, watcher->error().name(), watcher->error().message()}
-                                   : dbusvalues::toTexts(watcher->reply().arguments());
-    m_timeline.add(Timeline::Kind::Answer, method, answer);
-    watcher->deleteLater();
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, answer, watcher, out = method.out, begin = m_timeline.elapsedMs()]() mutable {
+                answer.outcome =
+                    watcher->isError()
+                        ? events::Outcome(events::Error{watcher->error().name(), watcher->error().message()})
+                        : events::Values{watcher->reply().arguments(), out};
+                answer.seconds = static_cast<double>(m_timeline.elapsedMs() - begin) / 1000;
+                m_timeline.add(answer);
+                watcher->deleteLater();
+            });
 }
 
 void PowerDaemonClient::onOwnerChanged(const QString&, const QString& oldOwner, const QString& newOwner)
 {
     if (!oldOwner.isEmpty()) {
-        m_timeline.add(Timeline::Kind::Process, u"down"_s);
+        m_timeline.add(events::Process{events::Process::State::Down, {}});
     }
     if (!newOwner.isEmpty()) {
-        m_timeline.add(Timeline::Kind::Process, u"up"_s);
+        m_timeline.add(events::Process{events::Process::State::Up, {}});
         Q_EMIT up();
     }
 }
 
 void PowerDaemonClient::onSignal(const QDBusMessage& message)
 {
-    m_timeline.add(Timeline::Kind::Signal, m_description.service + u'.' + message.member(),
-                   dbusvalues::toTexts(message.arguments()));
+    const MemberDescription* signal = m_description.findSignal(message.member()); // subscribed by its description
+    m_timeline.add(events::Signal{m_description.service, signal->name, {message.arguments(), signal->out}});
 }

@@ -9,7 +9,6 @@
 #include <QObject>
 #include <QVariantList>
 
-class QDBusPendingCallWatcher;
 class Timeline;
 
 /// The power daemon as its clients see it: its comings and goings on the bus, its signals, and the answers to the calls
@@ -40,8 +39,6 @@ private Q_SLOTS:
 
 private:
     Q_DISABLE_COPY_MOVE(PowerDaemonClient)
-
-    void onAnswer(const QString& method, QDBusPendingCallWatcher* watcher);
 
     const InterfaceDescription& m_description;
     Timeline& m_timeline;

@@ -2,24 +2,13 @@
 // SPDX-License-Identifier: MIT
 #include "Timeline.h"
 
-#include <QMetaEnum>
 #include <QMutexLocker>
 
 #include <algorithm>
 
 QString Timeline::Entry::toString() const
 {
-    const QString label = QString::fromLatin1(QMetaEnum::fromType<Kind>().valueToKey(static_cast<int>(kind))).toLower();
-    switch (kind) {
-    case Kind::Log:
-        return label + u' ' + QString::number(level) + u' ' + name;
-    case Kind::Call:
-    case Kind::Signal:
-    case Kind::Request:
-        return label + u' ' + name + u'(' + arguments.join(QLatin1StringView(", ")) + u')';
-    default:
-        return (QStringList{label, name} + arguments).join(u' ');
-    }
+    return events::toString(event);
 }
 
 Timeline::Timeline(QObject* parent) : QObject(parent)
@@ -27,41 +16,28 @@ Timeline::Timeline(QObject* parent) : QObject(parent)
     m_clock.start();
 }
 
-void Timeline::add(Entry entry)
+void Timeline::add(events::Event event)
 {
+    Q_EMIT aboutToAdd(event);
+    Entry entry{0, {}, std::move(event)};
     {
         const QMutexLocker lock(&m_mutex);
         entry.msec = m_clock.elapsed();
+        entry.clock = QDateTime::currentDateTimeUtc();
         m_entries.append(entry);
     }
     Q_EMIT added(entry);
 }
 
-void Timeline::add(Kind kind, const QString& name, const QStringList& arguments)
-{
-    Entry entry;
-    entry.kind = kind;
-    entry.name = name;
-    entry.arguments = arguments;
-    add(entry);
-}
-
 void Timeline::note(const QString& text)
 {
-    add(Kind::Note, text);
+    add(events::Note{text});
 }
 
-void Timeline::addLogLine(int level, const QString& text)
+QString Timeline::nextId()
 {
-    Entry entry;
-    entry.kind = Kind::Log;
-    entry.level = level;
-    // A function's signature holds no ": ".
-    const qsizetype end = text.indexOf(QLatin1StringView(": "));
-    const bool hasPlace = text.startsWith(u'[') && end > 0;
-    entry.place = hasPlace ? text.left(end) : QString();
-    entry.name = hasPlace ? text.mid(end + 2) : text;
-    add(entry);
+    const QMutexLocker lock(&m_mutex);
+    return QString::number(++m_lastId);
 }
 
 qint64 Timeline::elapsedMs() const

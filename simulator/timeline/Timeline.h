@@ -2,12 +2,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Events.h"
+
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QList>
 #include <QMutex>
 #include <QObject>
 #include <QString>
-#include <QStringList>
+
+#include <utility>
 
 /// The one ordered record of what happened on the device: calls, signals, log lines, lines of hardware, pauses. Anybody
 /// on any thread may add to it; an entry's place is the moment it was added.
@@ -16,45 +20,30 @@ class Timeline : public QObject
     Q_OBJECT
 
 public:
-    enum class Kind
-    {
-        Command, ///< a line of the command language that was carried out
-        Call,    ///< a method call received by a simulated service
-        Signal,  ///< a signal on the bus, of a simulated service or of the power daemon
-        Request, ///< a method call made to the power daemon
-        Answer,  ///< the power daemon's answer to it
-        Log,     ///< a log line of the power daemon
-        Line,    ///< a GPIO line that changed
-        Pause,   ///< a blocking pause of the power daemon (recorded by tests only)
-        Process, ///< the power daemon: started, up (on the bus), down, ended
-        Output,  ///< anything else the power daemon printed
-        Note,    ///< the simulator's own remarks
-    };
-    Q_ENUM(Kind)
-
     struct Entry
     {
-        Kind kind = Kind::Note;
-        QString name;          ///< member ("soundmanager.GetStatus"), line number, or the text itself
-        QStringList arguments; ///< of a member; a line's level, or "pattern" and its words
-        int level = 0;         ///< of a log line
-        QString place;         ///< of a log line: source and function
-        QString result;        ///< of a call: what was answered; of a pattern: its drawing
-        qint64 msec = 0;       ///< since the timeline was created; set when added
+        qint64 msec = 0; ///< since the timeline was created
+        QDateTime clock; ///< UTC
+        events::Event event;
 
-        /// The entry as one line without its time: kind and content, e.g. "call soundmanager.SetMasterVolume(80)",
-        /// "signal powermanager.PowerZoneChanged(Low)", "log 4 Setting zone Low params", "line 24 on",
-        /// "line 24 pattern on 0.5 off 0.5 on 2".
+        /// The event if it is of that type, else null.
+        template <typename Type>
+        [[nodiscard]] const Type* as() const
+        {
+            return std::get_if<Type>(&event);
+        }
+
+        /// The entry as one line without its time: see events::toString().
         [[nodiscard]] QString toString() const;
     };
 
     explicit Timeline(QObject* parent = nullptr);
 
-    void add(Entry entry);
-    void add(Kind kind, const QString& name, const QStringList& arguments = {});
+    void add(events::Event event);
     void note(const QString& text);
-    /// Adds a log line from its parts; text is "[file:line] function: message".
-    void addLogLine(int level, const QString& text);
+
+    /// A text for the answer to a call, not used before in this record.
+    [[nodiscard]] QString nextId();
 
     /// The present time on the clock of the entries.
     [[nodiscard]] qint64 elapsedMs() const;
@@ -68,6 +57,9 @@ public:
     void clear();
 
 Q_SIGNALS:
+    /// An event is about to be added: what is known to have come before it can still be added first. Emitted on the
+    /// thread that adds.
+    void aboutToAdd(const events::Event& event);
     /// Emitted on the thread that added the entry.
     void added(const Timeline::Entry& entry);
 
@@ -77,5 +69,6 @@ private:
     mutable QMutex m_mutex;
     QList<Entry> m_entries;
     qsizetype m_cleared = 0; ///< number of entries forgotten
+    qint64 m_lastId = 0;
     QElapsedTimer m_clock;
 };

@@ -16,9 +16,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-void recordSignal(const QString& name, const QStringList& arguments)
+void recordSignal(const QString& name, const QVariantList& arguments)
 {
-    timeline().add(Timeline::Kind::Signal, u"powermanager."_s + name, arguments);
+    timeline().add(events::Signal{events::kPowerDaemon, name, {arguments, {}}});
+}
+
+/// Whether the power daemon itself did it, heard it or was meant by it.
+bool isOurs(const Timeline::Entry& entry)
+{
+    const bool isOfPowerDaemon = events::memberName(entry.event).startsWith(events::kPowerDaemon);
+    return entry.as<events::Command>() == nullptr && entry.as<events::Note>() == nullptr &&
+           (entry.as<events::Signal>() == nullptr || isOfPowerDaemon) &&
+           (entry.as<events::Answer>() == nullptr || isOfPowerDaemon);
 }
 
 } // namespace
@@ -64,8 +73,7 @@ bool PowerManagerFixture::start()
         {&PowerManager::AutoscalingEnabled, u"AutoscalingEnabled"_s},
         {&PowerManager::SleepEnabled, u"SleepEnabled"_s}};
     for (const auto& [signal, name] : switches) {
-        connect(manager, signal, this,
-                [signalName = name](bool enabled) { recordSignal(signalName, {enabled ? u"true"_s : u"false"_s}); });
+        connect(manager, signal, this, [signalName = name](bool enabled) { recordSignal(signalName, {enabled}); });
     }
     return manager->init();
 }
@@ -110,10 +118,10 @@ QStringList PowerManagerFixture::take()
     QStringList lines;
     const QList<Timeline::Entry> entries = timeline().entries();
     for (const Timeline::Entry& entry : entries) {
-        const bool isOurs = entry.kind != Timeline::Kind::Command && entry.kind != Timeline::Kind::Note &&
-                            (entry.kind != Timeline::Kind::Signal || entry.name.startsWith(u"powermanager."));
-        if (isOurs) {
-            lines.append(entry.toString());
+        if (isOurs(entry)) {
+            const auto* log = entry.as<LogLine>();
+            const bool isOfAnother = log != nullptr && !log->object.endsWith(u"/powerobj");
+            lines.append(entry.toString() + (isOfAnother ? u" @"_s + log->object : QString()));
         }
     }
     timeline().clear();

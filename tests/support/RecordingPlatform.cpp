@@ -5,7 +5,9 @@
 #include "LogInterface.h"
 #include "libgpio.h"
 
+#include <chrono>
 #include <csignal>
+#include <optional>
 
 #include <unistd.h>
 
@@ -23,11 +25,11 @@ std::function<void()>& duringPause()
 
 int modeSelect = 0;
 
-void recordPause(const QString& length)
+void recordPause(std::chrono::microseconds length)
 {
     sigset_t blocked;
     pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
-    timeline().add(Timeline::Kind::Pause, sigismember(&blocked, SIGTERM) == 1 ? length : length + u" or a signal"_s);
+    timeline().add(events::Pause{length, sigismember(&blocked, SIGTERM) != 1});
     // A copy: the action may set another one.
     if (const auto action = duringPause()) {
         action();
@@ -52,20 +54,19 @@ LogInterface::~LogInterface() = default;
 
 void LogInterface::EmitLogString(unsigned int level, const char* text, const char* objectPath)
 {
-    const QString path = QString::fromLatin1(objectPath);
-    const QString source = path.endsWith(u"/powerobj") ? QString() : u" @"_s + path;
-    timeline().addLogLine(static_cast<int>(level), QString::fromLocal8Bit(text) + source);
+    timeline().add(
+        LogLine::fromParts(static_cast<int>(level), QString::fromLatin1(objectPath), QString::fromLocal8Bit(text)));
 }
 
 int LIBGPIO_set_enabled(int line, int on)
 {
-    timeline().add(Timeline::Kind::Line, QString::number(line), {on != 0 ? u"on"_s : u"off"_s});
+    timeline().add(events::Line{line, on != 0});
     return 0;
 }
 
 int LIBGPIO_get_enabled(int line, int* value)
 {
-    timeline().add(Timeline::Kind::Line, QString::number(line), {u"read"_s});
+    timeline().add(events::Line{line, std::nullopt});
     if (modeSelect < 0) {
         return modeSelect;
     }
@@ -87,12 +88,12 @@ void setDuringPause(const std::function<void()>& action)
 
 unsigned int sleep(unsigned int seconds)
 {
-    recordPause(QString::number(seconds) + u" s"_s);
+    recordPause(std::chrono::seconds(seconds));
     return 0;
 }
 
 int usleep(useconds_t microseconds)
 {
-    recordPause(QString::number(microseconds) + u" us"_s);
+    recordPause(std::chrono::microseconds(microseconds));
     return 0;
 }

@@ -3,7 +3,6 @@
 #include "SimulatedDevice.h"
 
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 
@@ -22,15 +21,16 @@ SimulatedDevice::SimulatedDevice(Timeline& timeline, const QStringList& without,
 {
     m_context.moveToThread(&m_thread);
     m_thread.start();
+    const Session::Settings settings{root, root.isEmpty() ? QString() : root + u"/gpio"_s, without, std::nullopt};
     QMetaObject::invokeMethod(
         &m_context,
-        [this, &timeline, without, root] {
+        [this, &timeline, &settings] {
             QString error;
-            m_simulator = std::make_unique<Simulator>(timeline, root, root.isEmpty() ? QString() : root + u"/gpio"_s);
-            if (!m_simulator->prepareFiles(&error) || !m_simulator->start(without, &error)) {
+            m_session = std::make_unique<Session>(timeline, settings);
+            if (!m_session->start(&error)) {
                 qFatal("simulated device: %s", qPrintable(error));
             }
-            m_runner = std::make_unique<ScenarioRunner>(*m_simulator, nullptr);
+            m_source = &m_session->addSource();
         },
         Qt::BlockingQueuedConnection);
 }
@@ -38,42 +38,18 @@ SimulatedDevice::SimulatedDevice(Timeline& timeline, const QStringList& without,
 SimulatedDevice::~SimulatedDevice()
 {
     QMetaObject::invokeMethod(
-        &m_context,
-        [this] {
-            m_runner.reset();
-            m_simulator.reset();
-        },
-        Qt::BlockingQueuedConnection);
+        &m_context, [this] { m_session.reset(); }, Qt::BlockingQueuedConnection);
     m_thread.quit();
     m_thread.wait();
 }
 
 QString SimulatedDevice::run(const QString& lines)
 {
-    QString error;
-    QEventLoop loop;
-    const auto idle = QObject::connect(m_runner.get(), &ScenarioRunner::idle, &loop, &QEventLoop::quit);
-    // The connection ends below, before the variable does.
-    const auto failed =
-        QObject::connect(m_runner.get(), &ScenarioRunner::failed, &loop,
-                         [&error](const QString& reason) { error = reason; }); // clazy:exclude=lambda-in-connect
-    bool isLoaded = false;
-    invoke([this, &lines, &error, &isLoaded](Simulator&) {
-        isLoaded = m_runner->load(lines, u"test"_s, 1, &error);
-        if (isLoaded) {
-            m_runner->run();
-        }
-    });
-    if (isLoaded) {
-        loop.exec();
-    }
-    QObject::disconnect(idle);
-    QObject::disconnect(failed);
-    return error;
+    return m_source->runToEnd(lines, u"test"_s);
 }
 
 void SimulatedDevice::invoke(const std::function<void(Simulator&)>& action)
 {
     QMetaObject::invokeMethod(
-        &m_context, [this, &action] { action(*m_simulator); }, Qt::BlockingQueuedConnection);
+        &m_context, [this, &action] { action(m_session->simulator()); }, Qt::BlockingQueuedConnection);
 }

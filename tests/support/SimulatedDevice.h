@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ScenarioRunner.h"
-#include "Simulator.h"
+#include "Session.h"
 #include "Timeline.h"
 
 #include <QThread>
@@ -36,6 +35,6 @@ public:
 private:
     QThread m_thread;
     QObject m_context; ///< lives on the thread
-    std::unique_ptr<Simulator> m_simulator;
-    std::unique_ptr<ScenarioRunner> m_runner;
+    std::unique_ptr<Session> m_session;
+    ScenarioRunner* m_source = nullptr; ///< of the session
 };

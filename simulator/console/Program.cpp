@@ -1,0 +1,197 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#include "Program.h"
+
+#include "EventJson.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+
+#include <cstdio>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+void write(std::FILE* stream, const QByteArray& text)
+{
+    std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stream);
+    std::fflush(stream);
+}
+
+} // namespace
+
+Program::Program(const QCommandLineParser& options)
+    : m_options(options), m_session(m_timeline, settings()), m_source(m_session.addSource())
+{
+    connect(&m_timeline, &Timeline::added, this, &Program::show);
+    connect(&m_session, &Session::failed, this, &Program::onSessionFailed);
+    connect(&m_session, &Session::ended, qApp, &QCoreApplication::quit);
+    connect(&m_source, &ScenarioRunner::printed, this, &Program::print);
+    connect(&m_source, &ScenarioRunner::idle, this, &Program::endIfDone);
+    connect(&m_source, &ScenarioRunner::failed, this, [this](const QString& reason) {
+        printError(reason);
+        end(Failed);
+    });
+    connect(&m_signals, &TerminationSignals::received, this, [this] { end(Done); });
+}
+
+Session::Settings Program::settings() const
+{
+    return {QStringLiteral(ZELT_ROOT), QStringLiteral(ZELT_GPIO_ROOT), m_options.values(u"without"_s),
+            m_options.isSet(u"run"_s) ? std::optional(m_options.value(u"run"_s)) : std::nullopt};
+}
+
+bool Program::begin()
+{
+    if (!readOptions() || !loadScenarios() || !beginTable()) {
+        m_status = BadInput;
+        return false;
+    }
+    QString error;
+    if (!m_session.start(&error)) {
+        printError(error);
+        m_status = NotStarted;
+        return false;
+    }
+    if (m_options.positionalArguments().isEmpty() || m_options.positionalArguments().contains(u"-"_s)) {
+        m_input = std::make_unique<StandardInput>();
+        connect(m_input.get(), &StandardInput::line, this, &Program::readLine);
+        connect(m_input.get(), &StandardInput::ended, this, &Program::endIfDone);
+    }
+    return true;
+}
+
+int Program::status() const
+{
+    return m_status;
+}
+
+void Program::printError(const QString& text)
+{
+    write(stderr, "device-simulator: " + text.toLocal8Bit() + '\n');
+}
+
+bool Program::readOptions()
+{
+    bool isNumber = false;
+    const QString level = m_options.value(u"level"_s);
+    m_format.maxLogLevel = level.toInt(&isNumber);
+    m_format.showFullPlace = m_options.isSet(u"full"_s);
+    m_isJson = m_options.isSet(u"json"_s);
+    if (!isNumber || m_format.maxLogLevel < 0 || m_format.maxLogLevel > 9) {
+        printError(u"--level: found \""_s + level + u"\", expected a log level, 0 to 9"_s);
+        return false;
+    }
+    const QStringList without = m_options.values(u"without"_s);
+    for (const QString& service : without) {
+        if (m_session.simulator().service(service) == nullptr) {
+            printError(u"--without: found \""_s + service + u"\", expected one of "_s +
+                       m_session.simulator().catalogue().serviceNames().join(u", "_s));
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Program::loadScenarios()
+{
+    const QStringList names = m_options.positionalArguments();
+    for (const QString& name : names) {
+        if (name == u"-") {
+            continue; // standard input
+        }
+        QFile file(name);
+        if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+            printError(name + u": "_s + file.errorString());
+            return false;
+        }
+        QString error;
+        if (!m_source.load(QString::fromUtf8(file.readAll()), name, 1, &error)) {
+            printError(error);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Program::beginTable()
+{
+    if (!m_options.isSet(u"csv"_s)) {
+        return true;
+    }
+    QString error;
+    m_table = std::make_unique<RunTable>(m_session.simulator());
+    const bool isOpen = m_table->open(m_options.value(u"csv"_s), &error);
+    if (!isOpen) {
+        printError(u"--csv: "_s + error);
+    }
+    return isOpen;
+}
+
+void Program::show(const Timeline::Entry& entry)
+{
+    if (m_isJson) {
+        write(stdout, eventjson::toLine(entry) + '\n');
+        return;
+    }
+    const QString line = m_format.format(entry);
+    if (!line.isEmpty()) {
+        write(stdout, line.toLocal8Bit() + '\n');
+    }
+}
+
+void Program::print(const QString& text)
+{
+    // A reader of JSON gets nothing else.
+    write(m_isJson ? stderr : stdout, text.toLocal8Bit());
+}
+
+void Program::readLine(const QString& text, int number)
+{
+    QString error;
+    if (m_source.load(text, u"standard input"_s, number, &error)) {
+        return;
+    }
+    printError(error);
+    // A person at a terminal simply types the line again.
+    if (!StandardInput::isTerminal()) {
+        end(BadInput);
+    }
+}
+
+void Program::onSessionFailed(Session::Failure failure, const QString& reason)
+{
+    if (m_isEnding && m_status != Done) {
+        return; // the first reason counts
+    }
+    printError(reason);
+    const Status status = failure == Session::Failure::NotStarted ? NotStarted : Failed;
+    if (m_isEnding) {
+        m_status = status;
+    } else {
+        end(status);
+    }
+}
+
+void Program::endIfDone()
+{
+    const bool hasInput = m_input && m_input->isOpen();
+    if (m_session.isReady() && m_source.isIdle() && !hasInput && !m_options.isSet(u"stay"_s)) {
+        end(Done);
+    }
+}
+
+void Program::end(Status status)
+{
+    if (m_isEnding) {
+        return;
+    }
+    m_isEnding = true;
+    m_status = status;
+    if (m_input) {
+        m_input->stop();
+    }
+    m_session.end();
+}

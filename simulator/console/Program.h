@@ -1,0 +1,69 @@
+// SPDX-FileCopyrightText: The power daemon authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "RunTable.h"
+#include "Session.h"
+#include "StandardInput.h"
+#include "TerminationSignals.h"
+#include "TimelineText.h"
+
+#include <QObject>
+
+#include <memory>
+
+class QCommandLineParser;
+
+/// The simulator's program: a session with one source of lines, the scenario files and standard input, and the timeline
+/// on standard output. A failed line ends it; so does a wrong one, unless a person typed it.
+class Program : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Exit statuses.
+    enum Status
+    {
+        Done = 0,
+        Failed = 1,     ///< an expectation did not come true, or the power daemon failed
+        BadInput = 2,   ///< an option or a line is wrong
+        NotStarted = 3, ///< no session bus, a name taken, a program that can't be started
+    };
+
+    /// @param options must outlive the program
+    explicit Program(const QCommandLineParser& options);
+
+    /// @return whether the event loop is to run; if not, status() says how it went
+    [[nodiscard]] bool begin();
+    [[nodiscard]] int status() const;
+
+    /// "device-simulator: ..." on standard error.
+    static void printError(const QString& text);
+
+private:
+    Q_DISABLE_COPY_MOVE(Program)
+
+    [[nodiscard]] bool readOptions();
+    [[nodiscard]] bool loadScenarios();
+    [[nodiscard]] bool beginTable();
+    [[nodiscard]] Session::Settings settings() const;
+    void show(const Timeline::Entry& entry);
+    void print(const QString& text);
+    void readLine(const QString& text, int number);
+    void onSessionFailed(Session::Failure failure, const QString& reason);
+    void endIfDone();
+    /// Ends the program; the first reason counts.
+    void end(Status status);
+
+    const QCommandLineParser& m_options;
+    TimelineText m_format;
+    bool m_isJson = false;
+    Timeline m_timeline;
+    Session m_session;
+    ScenarioRunner& m_source;
+    std::unique_ptr<RunTable> m_table;
+    std::unique_ptr<StandardInput> m_input;
+    TerminationSignals m_signals;
+    Status m_status = Done;
+    bool m_isEnding = false;
+};
