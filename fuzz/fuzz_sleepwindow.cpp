@@ -41,7 +41,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         fuzzing::require(length >= 0 && length < 86400, "a window is shorter than a day");
         const QString format = QStringLiteral("hh:mm:ss");
         fuzzing::require(window.startTime().toString(format) == start && window.endTime().toString(format) == end,
-                         "times are told as they were set");
+                         "times are reported as they were set");
     }
     // Covers the conversion of the time and the refusal of the alarm.
     fuzzing::require(manager->Suspend(text.section(u'\n', 2)) == -52, "no standby without an alarm");

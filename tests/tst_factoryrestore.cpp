@@ -175,7 +175,7 @@ private Q_SLOTS:
         const Table<QString, QStringList> row("events", "log");
         const QStringList both{kSoftStarted, kSoftStopped, kHardStarted}; // reset was pressed first
         row("reset tapped", u"Rr"_s, {kSoftStarted, kSoftStopped});
-        row("reset told twice", u"RR"_s, {kSoftStarted, kSoftStarted});
+        row("reset reported twice", u"RR"_s, {kSoftStarted, kSoftStarted});
         row("seek alone", u"SsS"_s, {});
         row("reset, then seek", u"RS"_s, both);
         row("seek, then reset", u"SR"_s, {kHardStarted});
