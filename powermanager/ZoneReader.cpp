@@ -9,6 +9,7 @@
 #include <QSettings>
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 
 #include <fcntl.h>
@@ -37,11 +38,19 @@ PowerZone readZone(const QSettings& settings, const QString& group)
             readNumber(settings, group, QStringLiteral("light"), -1)};
 }
 
+/// A file in memory, never to be executed: a hardened kernel refuses others. One before 6.3 does not know that flag.
+int openMemory(const char* name)
+{
+    constexpr unsigned int kNeverExecuted = 0x8; // MFD_NOEXEC_SEAL, which older headers lack
+    const int descriptor = memfd_create(name, MFD_CLOEXEC | kNeverExecuted);
+    return descriptor < 0 && errno == EINVAL ? memfd_create(name, MFD_CLOEXEC) : descriptor;
+}
+
 } // namespace
 
 QByteArray readZoneFile(const QString& filePath)
 {
-    const int descriptor = open(QFile::encodeName(filePath).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const int descriptor = open(QFile::encodeName(filePath).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     struct stat status = {};
     QFile file;
     if (descriptor < 0 || !file.open(descriptor, QIODevice::ReadOnly, QFile::AutoCloseHandle) ||
@@ -55,7 +64,7 @@ QList<PowerZone> parseZones(const QByteArray& content)
 {
     // The reader needs a path. A file in memory leaves nothing behind and needs no disk space.
     const QByteArray text = withoutBinaryValues(content);
-    const int descriptor = memfd_create("zones.ini", MFD_CLOEXEC);
+    const int descriptor = openMemory("zones.ini");
     QFile memory;
     if (descriptor < 0 ||
         !memory.open(descriptor, QIODevice::WriteOnly | QIODevice::Unbuffered, QFile::AutoCloseHandle) ||

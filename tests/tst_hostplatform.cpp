@@ -181,6 +181,7 @@ private Q_SLOTS:
     {
         const Table<QByteArray, bool> row("kind", "isLossy"); // of what can be read at all
         row("pipe", "pipe", true);
+        row("pipe that waits only later", "pipe", true);
         row("socket, as the journal's", "socket", true);
         row("terminal", "terminal", true);
         row("file", "file", false);
@@ -199,8 +200,16 @@ private Q_SLOTS:
         QList<QByteArray> lines;
         {
             const StandardErrorReplacement replacement(channel.in);
-            LogInterface log(u"/log"_s);
             const int flags = fcntl(STDERR_FILENO, F_GETFL);
+            // Who shares the open file may set its flags at any time.
+            const bool isLater = QByteArrayView(QTest::currentDataTag()).endsWith("later");
+            if (isLater) {
+                fcntl(STDERR_FILENO, F_SETFL, flags | O_NONBLOCK);
+            }
+            LogInterface log(u"/log"_s);
+            if (isLater) {
+                fcntl(STDERR_FILENO, F_SETFL, flags);
+            }
             QTemporaryFile other; // must not get the number of a closed standard error
             QVERIFY(other.open());
 
@@ -211,7 +220,7 @@ private Q_SLOTS:
             log.EmitLogString(5, "last", "/a/c");
             received += readAll(channel.out);
 
-            QCOMPARE(fcntl(STDERR_FILENO, F_GETFL), flags);
+            QVERIFY(kind.isEmpty() || fcntl(STDERR_FILENO, F_GETFL) == flags);
             QCOMPARE(other.size(), 0);
             lines = received.split('\n');
         }
@@ -224,19 +233,20 @@ private Q_SLOTS:
             return;
         }
         QCOMPARE(lines.takeLast(), QByteArray("5 /a/c last"));
-        if (isLossy) {
-            static const QRegularExpression kNote(
-                u"^2 /a/c \\[LogInterface\\.cpp:\\d+\\] void LogInterface::EmitLogString\\(.*\\): "
-                "Log lines lost: (\\d+)$"_s);
-            const QString note = QString::fromLatin1(lines.takeLast());
-            QVERIFY2(kNote.match(note).hasMatch(), qPrintable(note));
-            QCOMPARE(kNote.match(note).captured(1).toLongLong(), kLines - lines.size());
+        QCOMPARE(lines.size() > kLines / 100 && lines.size() < kLines, isLossy);
+        // A terminal may make room in between, so that there is a note for each gap.
+        static const QRegularExpression kNote(
+            u"^2 /a/[bc] \\[LogInterface\\.cpp:\\d+\\] void LogInterface::EmitLogString\\(.*\\): Log lines lost: (\\d+)$"_s);
+        int next = 0;
+        for (const QByteArray& line : std::as_const(lines)) {
+            const QRegularExpressionMatch note = kNote.match(QString::fromLatin1(line));
+            if (note.hasMatch()) {
+                next += note.captured(1).toInt();
+            } else {
+                QCOMPARE(line, "4 /a/b " + QByteArray::number(next++).rightJustified(100, '.'));
+            }
         }
-        QVERIFY2(lines.size() > 20, qPrintable(QString::number(lines.size())));
-        QVERIFY(isLossy != (lines.size() == kLines));
-        for (qsizetype i = 0; i < lines.size(); ++i) {
-            QCOMPARE(lines.at(i), "4 /a/b " + QByteArray::number(i).rightJustified(100, '.'));
-        }
+        QCOMPARE(next, kLines);
     }
 
     void configuration()

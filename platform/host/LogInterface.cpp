@@ -109,25 +109,27 @@ StandardError::StandardError()
 {
     struct stat info = {};
     if (fstat(STDERR_FILENO, &info) != 0) {
-        // Closed: the next file that the process opens would get this number, and with it the log lines.
-        const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-        if (null >= 0 && null != STDERR_FILENO) {
-            dup2(null, STDERR_FILENO);
-            close(null);
+        if (errno == EBADF) {
+            // Closed. The next file that the process opens would get the number, and the log lines.
+            const int null = open("/dev/null", O_WRONLY);
+            if (null >= 0 && null != STDERR_FILENO) {
+                dup2(null, STDERR_FILENO);
+                close(null);
+            }
         }
         return;
     }
     m_isSocket = S_ISSOCK(info.st_mode);
     const bool isPipeOrDevice = S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode);
     if (!m_isSocket && !isPipeOrDevice && !S_ISREG(info.st_mode)) {
-        m_descriptor = -1; // another file of this process has the number of the closed descriptor
+        m_descriptor = -1; // something of this process that got the number of a closed descriptor
         return;
     }
-    const int flags = fcntl(STDERR_FILENO, F_GETFL);
-    if (isPipeOrDevice && (flags & O_NONBLOCK) == 0) {
-        // Opened again, the same pipe or terminal has flags of its own.
-        const int own = open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-        m_mayWait = own < 0;
+    if (isPipeOrDevice) {
+        // Opened anew, the same pipe or terminal has flags of its own. O_DIRECT keeps the writes to a pipe apart.
+        const int kept = fcntl(STDERR_FILENO, F_GETFL) & O_DIRECT;
+        const int own = open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | kept);
+        m_mayWait = own < 0; // somebody else's, or no /proc
         m_descriptor = own < 0 ? STDERR_FILENO : own;
     }
 }
