@@ -94,13 +94,13 @@ IniStatement IniText::readStatement(qsizetype begin, qsizetype end, qsizetype eq
     statement.begin = begin;
     statement.valueBegin = end;
     if (m_content.at(begin) == '[') {
-        const qsizetype close = m_content.indexOf(']', begin);
-        statement.isClosed = close >= 0 && close < end;
-        const qsizetype nameEnd = statement.isClosed ? close : end;
+        const qsizetype close = QByteArrayView(m_content).sliced(begin, end - begin).indexOf(']');
+        statement.isClosed = close >= 0;
+        const qsizetype nameEnd = statement.isClosed ? begin + close : end;
         statement.kind = IniStatement::Kind::Group;
         statement.written = m_content.mid(begin + 1, nameEnd - begin - 1).trimmed();
         if (statement.isClosed) {
-            statement.valueBegin = close + 1;
+            statement.valueBegin = nameEnd + 1;
         }
         const QByteArray lower = statement.written.toLower();
         if (lower != "general") {

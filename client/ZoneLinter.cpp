@@ -26,6 +26,9 @@ namespace {
 constexpr int kLoudestVolume = 128;
 constexpr int kBrightestLight = 100;
 
+/// Nobody mends more at a time, and a file that is no zone file has a finding in each line.
+constexpr qsizetype kMostOfAKind = 1000;
+
 QStringList keys()
 {
     return {u"low_treshold"_s, u"high_treshold"_s, u"volume"_s, u"light"_s};
@@ -96,6 +99,11 @@ public:
         }
         checkOverlaps();
         checkCharges();
+        for (const Count& count : std::as_const(m_counts)) {
+            if (count.total > kMostOfAKind) {
+                m_findings[count.last].found += u" (and %1 more of this kind)"_s.arg(count.total - kMostOfAKind);
+            }
+        }
         std::stable_sort(m_findings.begin(), m_findings.end(), [](const ZoneFinding& a, const ZoneFinding& b) {
             return std::tie(a.line, a.column) < std::tie(b.line, b.column);
         });
@@ -110,10 +118,22 @@ private:
         std::array<const IniStatement*, 4> keys{};
     };
 
+    /// How many findings of a kind there are, and the place of the last one that is reported.
+    struct Count
+    {
+        qsizetype total = 0;
+        qsizetype last = 0;
+    };
+
     void report(const char* id, Severity severity, qsizetype offset, const QString& zone, const QString& found,
                 const QString& meant)
     {
+        Count& count = m_counts[QLatin1StringView(id)];
+        if (++count.total > kMostOfAKind) {
+            return;
+        }
         const TextPlace place = m_text.placeOf(std::max<qsizetype>(0, offset));
+        count.last = m_findings.size();
         m_findings.append({QString::fromLatin1(id), severity, place.line, place.column, zone, found, meant});
     }
 
@@ -483,6 +503,7 @@ private:
     QSet<QString> m_nestedGroups;
     QSet<QString> m_zonesWithKeys;
     QSet<QString> m_zonesWithMisspelling;
+    QHash<QLatin1StringView, Count> m_counts;
     QList<ZoneFinding> m_findings;
 };
 

@@ -179,6 +179,7 @@ private Q_SLOTS:
         const QList<ZoneFinding> findings = findingsOf(content);
 
         const TextPlace end = IniText(content).placeOf(content.size());
+        QVERIFY(findings.size() < 5000);
         for (const ZoneFinding& finding : findings) {
             QVERIFY2(finding.line >= 1 && finding.line <= end.line && finding.column >= 1, qPrintable(finding.id));
             QVERIFY2(finding.found.size() < 400 && !finding.meant.isEmpty(), qPrintable(finding.found));
