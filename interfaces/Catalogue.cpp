@@ -6,31 +6,71 @@
 #include <QFile>
 
 #include <algorithm>
-#include <optional>
+
+namespace {
+
+/// The power daemon's own interface, whose introspection text has no annotation with its bus name.
+constexpr QLatin1StringView kPowerInterface("com.quillmark.zelt.powerinterface");
+
+/// Parses a description. @return nothing if it is wrong: *error says how
+std::optional<InterfaceDescription> readFile(const QString& path, QString* error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = file.errorString();
+        return std::nullopt;
+    }
+    std::optional<InterfaceDescription> description = InterfaceDescription::parse(file.readAll(), error);
+    if (description && description->interfaceName == kPowerInterface) {
+        description->busName = QStringLiteral("com.quillmark.zelt.powermanager");
+        description->service = QStringLiteral("powermanager");
+    }
+    if (description && description->busName.isEmpty()) {
+        *error =
+            QStringLiteral("found no annotation com.quillmark.zelt.BusName, expected one with the service's bus name");
+        return std::nullopt;
+    }
+    return description;
+}
+
+} // namespace
+
+Catalogue::Catalogue(Empty) {}
 
 Catalogue::Catalogue()
 {
-    const QDir folder(QStringLiteral(":/interfaces"));
-    const QStringList files = folder.entryList(QDir::Files, QDir::Name);
-    for (const QString& name : files) {
-        QFile file(folder.filePath(name));
-        QString error;
-        if (!file.open(QIODevice::ReadOnly)) {
-            qFatal("%s: %s", qPrintable(name), qPrintable(file.errorString()));
-        }
-        const std::optional<InterfaceDescription> description = InterfaceDescription::parse(file.readAll(), &error);
+    QString error;
+    const std::optional<Catalogue> builtIn = read(QStringLiteral(":/interfaces"), &error);
+    if (!builtIn) {
+        qFatal("%s", qPrintable(error));
+    }
+    *this = *builtIn;
+}
+
+std::optional<Catalogue> Catalogue::read(const QString& folder, QString* error)
+{
+    Catalogue catalogue{Empty()};
+    const QDir files(folder);
+    const QStringList names = files.entryList(QDir::Files, QDir::Name);
+    for (const QString& name : names) {
+        const std::optional<InterfaceDescription> description = readFile(files.filePath(name), error);
         if (!description) {
-            qFatal("%s: %s", qPrintable(name), qPrintable(error)); // built in, so the build is broken
+            *error = name + QLatin1StringView(": ") + *error;
+            return std::nullopt;
         }
-        if (description->busName.isEmpty()) {
-            m_powerDaemon = *description;
-            m_powerDaemon.busName = QStringLiteral("com.quillmark.zelt.powermanager");
-            m_powerDaemon.service = QStringLiteral("powermanager");
+        if (description->interfaceName == kPowerInterface) {
+            catalogue.m_powerDaemon = *description;
         } else {
-            m_services.append(*description);
+            catalogue.m_services.append(*description);
         }
     }
-    std::sort(m_services.begin(), m_services.end(), [](const auto& a, const auto& b) { return a.service < b.service; });
+    if (catalogue.m_powerDaemon.service.isEmpty()) {
+        *error = folder + QLatin1StringView(": found no description of ") + kPowerInterface;
+        return std::nullopt;
+    }
+    std::sort(catalogue.m_services.begin(), catalogue.m_services.end(),
+              [](const auto& a, const auto& b) { return a.service < b.service; });
+    return catalogue;
 }
 
 const QList<InterfaceDescription>& Catalogue::services() const

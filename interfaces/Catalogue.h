@@ -6,12 +6,18 @@
 
 #include <QStringList>
 
+#include <optional>
+
 /// The interfaces of all services that the power daemon uses, and its own.
 class Catalogue
 {
 public:
-    /// Parses the descriptions built into the program.
+    /// Parses the descriptions built into the program. If one is wrong, the program ends here and says which.
     Catalogue();
+
+    /// Parses the descriptions in a folder.
+    /// @return nothing if one is wrong: *error names the file, what was found and what was expected
+    [[nodiscard]] static std::optional<Catalogue> read(const QString& folder, QString* error);
 
     /// The fourteen remote services, in alphabetical order.
     [[nodiscard]] const QList<InterfaceDescription>& services() const;
@@ -27,6 +33,11 @@ public:
     [[nodiscard]] QStringList serviceNames() const;
 
 private:
+    struct Empty
+    {
+    };
+    explicit Catalogue(Empty);
+
     QList<InterfaceDescription> m_services;
     InterfaceDescription m_powerDaemon;
 };

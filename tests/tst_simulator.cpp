@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include "DBusValues.h"
 #include "EventJson.h"
+#include "Record.h"
 #include "RecordingPlatform.h"
+#include "Replay.h"
 #include "SimulatedDevice.h"
 #include "Table.h"
 
@@ -12,6 +14,7 @@
 #include <QDateTime>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -128,6 +131,35 @@ private Q_SLOTS:
         QCOMPARE(timeline().size(), 0); // none of the lines was carried out
     }
 
+    void wrongDescriptions_data()
+    {
+        const Table<QByteArray, QString> row("description", "error");
+        row("no bus name", R"(<node name="/a"><interface name="a.B"/></node>)",
+            u"b.xml: found no annotation com.quillmark.zelt.BusName, expected one with the service's bus name"_s);
+        row("no interface", R"(<node name="/a"/>)", u"b.xml: found no interface element; expected one"_s);
+        row("no XML", "<node>", u"b.xml: line 1: "_s);
+    }
+
+    void wrongDescriptions()
+    {
+        QFETCH(QByteArray, description);
+        QFETCH(QString, error);
+        const QString folder = QStringLiteral(ZELT_ROOT "/interfaces");
+        const QString own = u"/com.quillmark.zelt.powerinterface.xml"_s;
+        writeFile(folder + u"/b.xml"_s, description);
+        (void)QFile::copy(u":/interfaces"_s + own, folder + own); // may be there
+        QString found;
+
+        QVERIFY(!Catalogue::read(folder, &found));
+
+        QVERIFY2(found.startsWith(error), qPrintable(found));
+        QVERIFY(QFile::remove(folder + u"/b.xml"_s));
+        const std::optional<Catalogue> withoutServices = Catalogue::read(folder, &found);
+        QVERIFY2(withoutServices, qPrintable(found));
+        QVERIFY(Device::unknownMethods(*withoutServices).contains(u"lightmanager.Switch"_s));
+        QCOMPARE(Device::unknownMethods(Catalogue()), QStringList());
+    }
+
     void everyCommandHasAnExample()
     {
         for (const Command& command : commands()) {
@@ -191,7 +223,7 @@ private Q_SLOTS:
         QVERIFY2(session.start(&error), qPrintable(error));
 
         // Both arrive while nothing is read: the call is then the first that the event loop delivers.
-        QDeadlineTimer deadline(5000 * TIME_FACTOR);
+        const QDeadlineTimer deadline(qint64{5000} * TIME_FACTOR);
         while (!QFile::exists(done) && !deadline.hasExpired()) {
             QThread::msleep(5);
         }
@@ -448,6 +480,9 @@ private Q_SLOTS:
         row("daemon ends on its own", {u"--run"_s, u"/bin/false"_s}, "", 1, u"ended on its own, with status 1"_s);
         row("daemon crashes at a restart", {u"--run"_s, crashing}, "", 1,
             u"was asked to end, and ended with status 3"_s);
+        row("no record", {u"--replay"_s, u"/nowhere"_s}, "", 2, u"/nowhere: No such file"_s);
+        row("wrong speed", {u"--speed"_s, u"fast"_s}, "", 2,
+            u"--speed: found \"fast\", expected a number from 0.01 to 1000"_s);
         row("json", {u"--json"_s}, "volume 5\nhelp wait\n", 0, u"\"kind\":\"command\",\"text\":\"volume 5\""_s);
         row("example", {}, "help charge\n", 0, u"for example: charge 35 over 10"_s);
         row("help", {}, "help expect log\n", 0, u"expect log TEXT [within SECONDS]"_s);
@@ -463,6 +498,113 @@ private Q_SLOTS:
 
         QVERIFY2(run.output.contains(output), qPrintable(run.output));
         QTEST(run.status, "status");
+    }
+
+    void wrongRecords_data()
+    {
+        const Table<QByteArray, QString> row("line", "error");
+        row("no JSON", "{\"time\":", u"found unterminated object at column 9, expected a JSON object"_s);
+        row("no object", "[1]", u"found another JSON value, expected a JSON object"_s);
+        row("no kind", R"({"time":1})", u"found kind nothing, expected a text"_s);
+        row("no time", R"({"kind":"note"})", u"found time nothing, expected a number of seconds from 0"_s);
+        row("negative time", R"({"kind":"note","time":-1})", u"found time -1, expected a number of seconds from 0"_s);
+        row("unknown service", R"({"kind":"call","time":1,"service":"radio"})",
+            u"found service \"radio\", expected one of configmanager, eventmanager"_s);
+        row("unknown signal", R"({"kind":"signal","time":1,"service":"lightmanager","member":"Glow"})",
+            u"found member \"Glow\", expected a signal of lightmanager"_s);
+        row("no arguments", R"({"kind":"signal","time":1,"service":"lightmanager","member":"LedSwitch"})",
+            u"found arguments nothing, expected an array"_s);
+        const QByteArray call = R"({"kind":"call","time":1,"service":"lightmanager","member":"GetIntensity",)";
+        row("unknown type", call + R"("reply":[{"type":"ai","value":1}]})",
+            u"found type \"ai\" in reply, expected one of b y n q i u x t d s"_s);
+        row("another type's value", call + R"("reply":[{"type":"u","value":-1}]})",
+            u"found value -1 in reply, expected a positive whole number"_s);
+        row("error without a name", call + R"("error":{}})", u"found error {}, expected an object with a name"_s);
+        row("answer without a time", call + R"("id":"1"})" + "\n" + R"({"kind":"answer","time":1,"id":"1"})",
+            u"found seconds nothing, expected a number of seconds from 0"_s);
+    }
+
+    void wrongRecords()
+    {
+        QFETCH(QByteArray, line);
+        QFETCH(QString, error);
+        const QString path = QStringLiteral(ZELT_ROOT "/wrong.jsonl");
+        writeFile(path, R"({"kind":"of another program","time":0.5})"
+                        "\n\n" +
+                            line + '\n');
+        QString found;
+
+        QVERIFY(!Record::read(path, Catalogue(), &found));
+
+        const QString place = path + u':' + QString::number(3 + line.count('\n')) + u": "_s;
+        QVERIFY2(found.startsWith(place + error), qPrintable(found));
+    }
+
+    void recordIsPlayed()
+    {
+        const QString path = QStringLiteral(ZELT_ROOT "/right.jsonl");
+        const QByteArray call = R"({"kind":"call","time":0,"service":"lightmanager","member":)";
+        const auto reply = [&call](const char* value) -> QByteArray {
+            return call + R"("GetIntensity","reply":[{"type":"i","value":0},{"type":"u","value":)" + value + "}]}\n";
+        };
+        writeFile(path, reply("5") + reply("7") + call +
+                            R"("GetSwitch","error":{"name":"a.B","message":"dark"}})"
+                            "\n" +
+                            call +
+                            R"("Switch","id":"x"})"
+                            "\n"
+                            R"({"kind":"answer","time":1,"id":"x","seconds":0.5,"reply":[{"type":"i","value":-4}]})"
+                            "\n"
+                            R"({"kind":"signal","time":2,"service":"lightmanager","member":"LedSwitch",)"
+                            R"("arguments":[{"type":"b","value":true}],"member of another version":1})"
+                            "\n"
+                            R"({"kind":"signal","time":1,"service":"freqmanager","member":"FreqChanged",)"
+                            R"("arguments":[{"type":"i","value":96}]})"
+                            "\n");
+        SimulatedDevice device(timeline());
+        QString error;
+        device.invoke([&path, &error](Simulator& simulator) {
+            if (const auto record = Record::read(path, simulator.catalogue(), &error)) {
+                (new Replay(simulator, *record, 10, &simulator))->start();
+            }
+        });
+        QCOMPARE(error, QString());
+        QElapsedTimer clock;
+        clock.start();
+
+        for (const uint intensity : {5U, 7U, 7U}) { // the last one again
+            QCOMPARE(callLight(u"GetIntensity"_s).arguments(), (QVariantList{0, intensity}));
+        }
+        QCOMPARE(callLight(u"GetSwitch"_s).errorName(), u"a.B"_s);
+        clock.restart();
+        QCOMPARE(callLight(u"Switch"_s, {false}).arguments(), QVariantList{-4});
+        QVERIFY(clock.elapsed() >= 45);
+        QCOMPARE(device.run(u"expect signal freqmanager.FreqChanged 96\nexpect signal lightmanager.LedSwitch true\n"
+                            "expect switch light on\nexpect no call freqmanager.SetFreq"_s),
+                 QString());
+        const auto timeOf = [](const QString& signal) {
+            const QList<Timeline::Entry> entries = timeline().entries();
+            const auto found = std::find_if(entries.begin(), entries.end(), [&signal](const Timeline::Entry& entry) {
+                return events::memberName(entry.event) == signal;
+            });
+            return found == entries.end() ? -1 : found->msec;
+        };
+        // Recorded a second apart, in the other order.
+        QVERIFY(timeOf(u"lightmanager.LedSwitch"_s) - timeOf(u"freqmanager.FreqChanged"_s) >= 90);
+    }
+
+    void programPlaysItsOwnRecord()
+    {
+        const QString path = QStringLiteral(ZELT_ROOT "/own.jsonl");
+        const Run first = runProgram({u"--private-bus"_s, u"--json"_s}, "charge 7\nwait 0.2\ncharge 8\n");
+        QCOMPARE(first.status, 0);
+        writeFile(path, first.output.mid(first.output.indexOf(u'{')).toLocal8Bit());
+
+        const Run second = runProgram({u"--private-bus"_s, u"--replay"_s, path, u"--speed"_s, u"2"_s});
+
+        QCOMPARE(second.status, 0);
+        QVERIFY2(second.output.contains(u"CBATT=8, 50 values)"), qPrintable(second.output));
+        QVERIFY2(second.output.contains(u"the record has ended"), qPrintable(second.output));
     }
 
     void privateBusEndsWithTheProgram_data()

@@ -189,6 +189,10 @@ bool SimulatedService::handleMessage(const QDBusMessage& message, const QDBusCon
         return true;
     }
     const Fault fault = m_faults.value(method->name);
+    if (fault.kind == Fault::Kind::None && m_recorded.contains(method->name)) {
+        answerAsRecorded(message, call);
+        return true;
+    }
     Device untouched = m_device;
     const Device::Answer good =
         (fault.preventsEffect() ? untouched : m_device).call(memberName(method->name), message.arguments());
@@ -220,6 +224,32 @@ void SimulatedService::release()
                                       seconds, reply.id});
         answer(reply.call, reply.values, reply.fault);
     }
+}
+
+void SimulatedService::replay(const QString& method, const QList<Record::Reply>& replies)
+{
+    m_recorded.insert(method, replies);
+}
+
+void SimulatedService::answerAsRecorded(const QDBusMessage& message, events::Call& call)
+{
+    QList<Record::Reply>& replies = m_recorded[call.member];
+    const Record::Reply recorded = replies.size() > 1 ? replies.takeFirst() : replies.constFirst();
+    const auto* values = std::get_if<events::Values>(&recorded.outcome);
+    if (values != nullptr && values->values.value(0) == QVariant(0)) {
+        (void)m_device.call(memberName(call.member), message.arguments());
+        m_device.notifications.clear(); // the record has those signals
+    }
+    call.outcome = recorded.outcome;
+    m_timeline.add(call);
+    Q_EMIT called(memberName(call.member));
+    if (!message.isReplyRequired() || std::holds_alternative<std::monostate>(recorded.outcome)) {
+        return;
+    }
+    const auto* error = std::get_if<events::Error>(&recorded.outcome);
+    const QDBusMessage reply =
+        error != nullptr ? message.createErrorReply(error->name, error->message) : message.createReply(values->values);
+    QTimer::singleShot(recorded.delay, this, [this, reply] { QDBusConnection(m_connectionName).send(reply); });
 }
 
 events::Outcome SimulatedService::outcome(const MemberDescription& method, const QVariantList& values,

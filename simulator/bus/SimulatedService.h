@@ -3,6 +3,7 @@
 #pragma once
 
 #include "InterfaceDescription.h"
+#include "Record.h"
 #include "Timeline.h"
 
 #include <QDBusConnection>
@@ -55,12 +56,16 @@ public:
 
     /// Joins the bus. @return whether it could; *error says why not
     [[nodiscard]] bool start(QString* error);
-    /// Leaves the bus at once, as a process that dies. Nothing happens where it is not on it.
+    /// Leaves the bus at once, as a process that dies. Does nothing if it is not on the bus.
     void stop();
 
     /// Sets or, with Fault::Kind::None, repairs the fault of a method or signal.
     void setFault(const QString& member, const Fault& fault);
     void repairAll();
+
+    /// Answers the calls of a method as recorded from now on, in order, and as the last time when the record is at its
+    /// end. A call that was answered with status 0 does to the device what it always does, but announces nothing.
+    void replay(const QString& method, const QList<Record::Reply>& replies);
 
     /// Sends the answers that were held back.
     void release();
@@ -94,6 +99,7 @@ private:
     /// What the caller gets.
     [[nodiscard]] events::Outcome outcome(const MemberDescription& method, const QVariantList& values,
                                           const Fault& fault) const;
+    void answerAsRecorded(const QDBusMessage& message, events::Call& call);
     void answer(const QDBusMessage& call, const QVariantList& values, const Fault& fault);
     void flood();
 
@@ -103,4 +109,5 @@ private:
     QString m_connectionName; ///< empty while not on the bus
     QHash<QString, Fault> m_faults;
     QList<HeldReply> m_heldReplies;
+    QHash<QString, QList<Record::Reply>> m_recorded; ///< of each replayed method, those to come; the last one stays
 };

@@ -14,6 +14,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+/// Of a record that is played, compared with the recorded one.
+constexpr double kLeastSpeed = 0.01;
+constexpr double kMostSpeed = 1000;
+
 void write(std::FILE* stream, const QByteArray& text)
 {
     std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stream);
@@ -45,7 +49,7 @@ Session::Settings Program::settings() const
 
 bool Program::begin()
 {
-    if (!readOptions() || !loadScenarios() || !beginTable()) {
+    if (!readOptions() || !loadScenarios() || !loadRecord() || !beginTable()) {
         m_status = BadInput;
         return false;
     }
@@ -55,7 +59,8 @@ bool Program::begin()
         m_status = NotStarted;
         return false;
     }
-    if (m_options.positionalArguments().isEmpty() || m_options.positionalArguments().contains(u"-"_s)) {
+    const bool isInputWanted = m_options.positionalArguments().isEmpty() && !m_replay;
+    if (isInputWanted || m_options.positionalArguments().contains(u"-"_s)) {
         m_input = std::make_unique<StandardInput>();
         connect(m_input.get(), &StandardInput::line, this, &Program::readLine);
         connect(m_input.get(), &StandardInput::ended, this, &Program::endIfDone);
@@ -113,6 +118,31 @@ bool Program::loadScenarios()
             return false;
         }
     }
+    return true;
+}
+
+bool Program::loadRecord()
+{
+    const QString speedText = m_options.value(u"speed"_s);
+    const double speed = speedText.toDouble();
+    if (!(speed >= kLeastSpeed && speed <= kMostSpeed)) {
+        printError(u"--speed: found \""_s + speedText + u"\", expected a number from "_s +
+                   QString::number(kLeastSpeed) + u" to "_s + QString::number(kMostSpeed));
+        return false;
+    }
+    if (!m_options.isSet(u"replay"_s)) {
+        return true;
+    }
+    QString error;
+    const std::optional<Record> record =
+        Record::read(m_options.value(u"replay"_s), m_session.simulator().catalogue(), &error);
+    if (!record) {
+        printError(error);
+        return false;
+    }
+    m_replay = std::make_unique<Replay>(m_session.simulator(), *record, speed);
+    connect(&m_session, &Session::ready, m_replay.get(), &Replay::start);
+    connect(m_replay.get(), &Replay::finished, this, &Program::endIfDone);
     return true;
 }
 
@@ -177,7 +207,7 @@ void Program::onSessionFailed(Session::Failure failure, const QString& reason)
 
 void Program::endIfDone()
 {
-    const bool hasInput = m_input && m_input->isOpen();
+    const bool hasInput = (m_input && m_input->isOpen()) || (m_replay && m_replay->isRunning());
     if (m_session.isReady() && m_source.isIdle() && !hasInput && !m_options.isSet(u"stay"_s)) {
         end(Done);
     }

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Replay.h"
 #include "RunTable.h"
 #include "Session.h"
 #include "StandardInput.h"
@@ -14,8 +15,8 @@
 
 class QCommandLineParser;
 
-/// The simulator's program: a session with one source of lines, the scenario files and standard input, and the timeline
-/// on standard output. A failed line ends it; so does a wrong one, unless a person typed it.
+/// The simulator's program: a session with one source of lines, the scenario files and standard input, a record that is
+/// played, and the timeline on standard output. A failed line ends it; so does a wrong one, unless a person typed it.
 class Program : public QObject
 {
     Q_OBJECT
@@ -46,6 +47,7 @@ private:
     [[nodiscard]] bool readOptions();
     [[nodiscard]] bool loadScenarios();
     [[nodiscard]] bool beginTable();
+    [[nodiscard]] bool loadRecord();
     [[nodiscard]] Session::Settings settings() const;
     void show(const Timeline::Entry& entry);
     void print(const QString& text);
@@ -62,6 +64,7 @@ private:
     Session m_session;
     ScenarioRunner& m_source;
     std::unique_ptr<RunTable> m_table;
+    std::unique_ptr<Replay> m_replay;
     std::unique_ptr<StandardInput> m_input;
     TerminationSignals m_signals;
     Status m_status = Done;

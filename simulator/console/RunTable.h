@@ -15,7 +15,7 @@ class Simulator;
 /// is left at the end.
 ///
 /// seconds       on the timeline's clock
-/// load_percent  of this machine's CPU since the row before; empty where the kernel has counted nothing since
+/// load_percent  of this machine's CPU since the row before; empty if the kernel has counted nothing since
 /// frequency_mhz of the device
 /// command       last line that did something since the row before; in quotation marks, which are doubled inside
 class RunTable : public QObject

@@ -24,6 +24,8 @@ constexpr char kDescription[] =
     "        charge 12\n"
     "        expect volume 40\n"
     "        help\n"
+    "  device-simulator --private-bus --run ./powermanager --replay day.jsonl --speed 10\n"
+    "      plays what was recorded on a device, or by --json, ten times as fast\n"
     "  device-simulator --without soundmanager --stay battery.scenario\n"
     "      all services but the sound manager, on the session bus, until SIGTERM\n"
     "\n"
@@ -42,7 +44,13 @@ void addOptions(QCommandLineParser& options)
         {u"private-bus"_s, u"Starts a bus of its own for itself and the power daemon, and ends it at the end."_s},
         {u"without"_s, u"Leaves SERVICE out (soundmanager, say), so that a real one can take its place. Repeatable."_s,
          u"SERVICE"_s},
-        {u"stay"_s, u"Stays after the scenarios or the end of standard input, until SIGINT or SIGTERM."_s},
+        {u"stay"_s, u"Stays after the scenarios or the end of standard input, until SIGINT, SIGTERM or SIGHUP."_s},
+        {u"replay"_s,
+         u"Plays the record FILE (docs/events.md): the services answer as they did, and their signals come in their "
+         u"time. "
+         "The run ends with the record."_s,
+         u"FILE"_s},
+        {u"speed"_s, u"Plays the record N times as fast (default 1)."_s, u"N"_s, u"1"_s},
         {u"level"_s, u"Shows the power daemon's log lines up to LEVEL only (default 9: all)."_s, u"LEVEL"_s, u"9"_s},
         {u"full"_s, u"Shows log lines with object path, source file, line and the function's whole signature."_s},
         {u"json"_s, u"Shows every event, whole, as a line of JSON instead (docs/events.md)."_s},

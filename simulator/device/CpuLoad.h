@@ -11,7 +11,7 @@
 class CpuLoad
 {
 public:
-    /// @return the load in percent since the previous call, in the first one since the machine started; nothing where
+    /// @return the load in percent since the previous call, in the first one since the machine started; nothing if
     /// the counters can't be read or have not moved since
     [[nodiscard]] std::optional<double> sample();
 

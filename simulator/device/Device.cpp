@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "Device.h"
 
+#include "Catalogue.h"
+
 #include <QDateTime>
 #include <QSettings>
 
@@ -176,6 +178,19 @@ Device::Answer Device::call(const QString& method, const QVariantList& arguments
     }
     const QVariantMap values = found->effect(*this, arguments);
     return {values, found->isHeld && values.value(u"Status"_s).toInt() == 0};
+}
+
+QStringList Device::unknownMethods(const Catalogue& catalogue)
+{
+    QStringList unknown;
+    for (const MethodEffect& row : kMethodEffects) {
+        const QString method = QString::fromLatin1(row.method);
+        const InterfaceDescription* service = catalogue.findService(method.section(u'.', 0, 0));
+        if (service == nullptr || service->findMethod(method.section(u'.', 1)) == nullptr) {
+            unknown.append(method);
+        }
+    }
+    return unknown;
 }
 
 void Device::restart()

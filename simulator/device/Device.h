@@ -6,13 +6,16 @@
 #include <QMap>
 #include <QPair>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
+
+class Catalogue;
 
 /// The state of the simulated device, and what each method of its services does to it. A plain value: changes that a
 /// service would announce are collected as notifications, for the owner of the services to send.
 struct Device
 {
-    /// A signal to be sent: "lightmanager.LedSwitch" and its values by argument name, or by position where they have
+    /// A signal to be sent: "lightmanager.LedSwitch" and its values by argument name, or by position if they have
     /// none.
     struct Notification
     {
@@ -23,7 +26,7 @@ struct Device
     /// What a method answers.
     struct Answer
     {
-        QVariantMap values;  ///< the out-arguments by name, or by position where they have none; missing ones are zero
+        QVariantMap values;  ///< the out-arguments by name, or by position if they have none; missing ones are zero
         bool isHeld = false; ///< the answer comes later, when something else has happened
     };
 
@@ -56,13 +59,16 @@ struct Device
     /// Carries out a method, e.g. "lightmanager.Switch", with its in-arguments in order.
     Answer call(const QString& method, const QVariantList& arguments);
 
+    /// The methods in the table of effects that the catalogue does not know; none, unless one is misspelt.
+    [[nodiscard]] static QStringList unknownMethods(const Catalogue& catalogue);
+
     /// The values of the status broadcast that are not zero.
     [[nodiscard]] QVariantMap status() const;
 
     /// Starts anew: what is not saved is lost, what was frozen can be written again, the camera is off.
     void restart();
 
-    /// The CPU runs at a frequency; it is announced where it is another one.
+    /// Sets the CPU frequency; another one than before is announced.
     void changeFreq(int mhz);
 
     [[nodiscard]] bool saveConfig() const;

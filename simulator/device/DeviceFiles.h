@@ -13,7 +13,7 @@ public:
     /// @param root folder in place of the device's /opt/zelt; empty: there is none, and nothing is written
     explicit DeviceFiles(const QString& root);
 
-    /// Makes the folders that a device has, and the example zone file and the scripts where they are missing.
+    /// Makes the folders that a device has, and the example zone file and the scripts if they are missing.
     [[nodiscard]] bool prepare(QString* error) const;
 
     /// Puts a copy of the file in the zone file's place, in one step.
@@ -31,7 +31,7 @@ public:
     /// How many files, and folders, the user's data are.
     [[nodiscard]] int userDataCount() const;
 
-    /// Where the configuration service keeps its values; empty where there are no files.
+    /// Where the configuration service keeps its values; empty if there are no files.
     [[nodiscard]] QString configFile() const;
 
 private:

@@ -49,7 +49,7 @@ bool Simulator::prepareFiles(QString* error)
     if (!m_files.prepare(error)) {
         return false;
     }
-    // Kept also where there can be no lines.
+    // Before the lines, so that the configuration is there even if they cannot be made.
     m_device.configFile = m_files.configFile();
     m_device.loadConfig();
     return m_lines.prepare(error);
@@ -57,6 +57,12 @@ bool Simulator::prepareFiles(QString* error)
 
 bool Simulator::start(const QStringList& without, QString* error)
 {
+    const QStringList unknown = Device::unknownMethods(m_catalogue);
+    if (!unknown.isEmpty()) {
+        *error = u"the device's table of effects: found "_s + unknown.join(u", "_s) +
+                 u", expected methods that the interface descriptions have"_s;
+        return false;
+    }
     if (!m_powerDaemon.start(error)) {
         return false;
     }
@@ -118,6 +124,11 @@ void Simulator::repairAll()
     for (SimulatedService* simulated : std::as_const(m_services)) {
         simulated->repairAll();
     }
+}
+
+void Simulator::replay(const QString& method, const QList<Record::Reply>& replies)
+{
+    m_services.value(method.section(u'.', 0, 0))->replay(method.section(u'.', 1), replies);
 }
 
 void Simulator::sendNotifications()

@@ -47,7 +47,7 @@ public:
     [[nodiscard]] LoadGenerator& load();
     [[nodiscard]] Timeline& timeline();
 
-    /// A service of the catalogue by its short name; null where there is none.
+    /// A service of the catalogue by its short name; null if there is none.
     [[nodiscard]] SimulatedService* service(const QString& name);
 
     /// Sets the fault of a member, "service.Member" of the catalogue.
@@ -55,7 +55,10 @@ public:
     /// Repairs every member of every service.
     void repairAll();
 
-    /// Sends what the device has to tell.
+    /// Has a method, "service.Method" of the catalogue, answer as recorded: see SimulatedService::replay().
+    void replay(const QString& method, const QList<Record::Reply>& replies);
+
+    /// Sends the signals that changes of the device have called for.
     void sendNotifications();
     /// Sends a signal of a service, with its values by name.
     void send(const Device::Notification& notification);
@@ -78,7 +81,7 @@ private:
     Q_DISABLE_COPY_MOVE(Simulator)
 
     void onCalled(const QString& method);
-    /// Goes on with the standby, or ends it where its time is over.
+    /// Continues the standby, or ends it if its time is over.
     void sleepOn();
 
     Timeline& m_timeline;

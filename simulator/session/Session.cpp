@@ -101,6 +101,7 @@ void Session::beginLines()
     for (ScenarioRunner* source : std::as_const(m_sources)) {
         source->run();
     }
+    Q_EMIT ready();
 }
 
 void Session::onPowerRequest(bool isRestart)

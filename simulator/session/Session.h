@@ -59,6 +59,8 @@ public:
     void end();
 
 Q_SIGNALS:
+    /// The sources begin.
+    void ready();
     /// The power daemon failed; the session goes on without it until end().
     void failed(Session::Failure failure, const QString& reason);
     void ended();
