@@ -4,6 +4,7 @@
 
 #include "CompletionsCommand.h"
 #include "FreqCommand.h"
+#include "MonitorCommand.h"
 #include "RebootCommand.h"
 #include "ShutdownCommand.h"
 #include "SleepCommand.h"
@@ -19,6 +20,7 @@
 CommandTable::CommandTable()
 {
     m_commands.push_back(std::make_unique<StatusCommand>());
+    m_commands.push_back(std::make_unique<MonitorCommand>());
     m_commands.push_back(std::make_unique<WhyCommand>());
     m_commands.push_back(std::make_unique<RebootCommand>());
     m_commands.push_back(std::make_unique<ShutdownCommand>());

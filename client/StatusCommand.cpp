@@ -3,16 +3,23 @@
 #include "StatusCommand.h"
 
 #include "DeviceState.h"
-#include "DeviceWatch.h"
 #include "SessionBus.h"
+#include "SignalListener.h"
 #include "Terminal.h"
 
 #include <QEventLoop>
 #include <QJsonDocument>
+#include <QTimer>
+
+#include <chrono>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
+
+/// What one event changes is drawn together.
+constexpr auto kTogether = 30ms;
 
 void show(const DeviceState& state, bool isJson, bool isWatch, Terminal& terminal)
 {
@@ -63,11 +70,19 @@ ExitStatus StatusCommand::run(const CommandArguments& arguments, Terminal& termi
                                                 : ExitStatus::NoAnswer;
     }
     QEventLoop loop;
-    DeviceWatch watch(bus);
-    QObject::connect(&watch, &DeviceWatch::changed, &loop,
+    QTimer timer;
+    timer.setSingleShot(true);
+    QObject::connect(&timer, &QTimer::timeout, &loop,
                      [&bus, isJson, &terminal] { show(DeviceState::query(bus), isJson, true, terminal); });
-    QObject::connect(&watch, &DeviceWatch::busGone, &loop, &QEventLoop::quit);
-    watch.start();
+    SignalListener listener(bus);
+    QObject::connect(&listener, &SignalListener::received, &timer, [&timer] {
+        if (!timer.isActive()) {
+            timer.start(kTogether);
+        }
+    });
+    QObject::connect(&listener, &SignalListener::busGone, &loop, &QEventLoop::quit);
+    listener.start(true);
+    timer.start(0ms);
     loop.exec();
     terminal.leaveScreen();
     terminal.complain(u"the session bus went away"_s);

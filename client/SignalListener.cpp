@@ -1,31 +1,16 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
-#include "DeviceWatch.h"
+#include "SignalListener.h"
 
 #include "SessionBus.h"
 
-#include <chrono>
-
 using namespace Qt::Literals::StringLiterals;
-using namespace std::chrono_literals;
 
-namespace {
+SignalListener::SignalListener(SessionBus& bus) : m_bus(bus) {}
 
-/// What one event makes change comes within this time.
-constexpr auto kTogether = 30ms;
+SignalListener::~SignalListener() = default;
 
-} // namespace
-
-DeviceWatch::DeviceWatch(SessionBus& bus) : m_bus(bus)
-{
-    m_timer.setSingleShot(true);
-    m_timer.setInterval(kTogether);
-    connect(&m_timer, &QTimer::timeout, this, &DeviceWatch::changed);
-}
-
-DeviceWatch::~DeviceWatch() = default;
-
-void DeviceWatch::start()
+void SignalListener::start(bool isAll)
 {
     QDBusConnection& connection = m_bus.connection();
     const QString bus = u"org.freedesktop.DBus"_s;
@@ -33,27 +18,27 @@ void DeviceWatch::start()
         (void)connection.connect(description.busName, description.objectPath, description.interfaceName, QString(),
                                  this, SLOT(onSignal(QDBusMessage)));
         (void)connection.connect(bus, u"/org/freedesktop/DBus"_s, bus, u"NameOwnerChanged"_s, {description.busName},
-                                 u"sss"_s, this, SLOT(onOwnerChanged(QString, QString, QString)));
+                                 QString(), this, SLOT(onSignal(QDBusMessage)));
     };
     listen(m_bus.catalogue().powerDaemon());
     for (const InterfaceDescription& description : m_bus.catalogue().services()) {
-        listen(description);
+        if (isAll) {
+            listen(description);
+        }
     }
     (void)connection.connect(QString(), u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s,
                              u"Disconnected"_s, this, SIGNAL(busGone()));
-    m_timer.start(0ms);
 }
 
-void DeviceWatch::onSignal(const QDBusMessage&)
+void SignalListener::onSignal(const QDBusMessage& message)
 {
-    if (!m_timer.isActive()) {
-        m_timer.start(kTogether);
-    }
-}
-
-void DeviceWatch::onOwnerChanged(const QString&, const QString&, const QString&)
-{
-    if (!m_timer.isActive()) {
-        m_timer.start(kTogether);
-    }
+    WireMessage wire;
+    wire.type = WireMessage::Type::Signal;
+    wire.path = message.path();
+    wire.interfaceName = message.interface();
+    wire.member = message.member();
+    wire.sender = message.service();
+    wire.signature = message.signature();
+    wire.values = message.arguments();
+    Q_EMIT received(wire);
 }
