@@ -4,6 +4,7 @@
 
 #include "CompletionsCommand.h"
 #include "FreqCommand.h"
+#include "ManualCommand.h"
 #include "MonitorCommand.h"
 #include "RebootCommand.h"
 #include "ShutdownCommand.h"
@@ -34,6 +35,7 @@ CommandTable::CommandTable()
     m_commands.push_back(std::make_unique<ZonesExplainCommand>());
     m_commands.push_back(std::make_unique<ZonesReplayCommand>());
     m_commands.push_back(std::make_unique<CompletionsCommand>());
+    m_commands.push_back(std::make_unique<ManualCommand>());
 }
 
 const std::vector<std::unique_ptr<Command>>& CommandTable::commands() const

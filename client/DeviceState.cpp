@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "DeviceState.h"
 
+#include "Paths.h"
 #include "SessionBus.h"
 #include "Terminal.h"
+#include "ZoneReader.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -146,6 +148,13 @@ DeviceState DeviceState::query(SessionBus& bus)
     if (state.daemon.isPresent) {
         state.daemonPid = bus.processOf(bus.catalogue().powerDaemon().busName);
         state.daemonSeconds = secondsSinceStart(state.daemonPid);
+    }
+    // The daemon tells the zone's name only.
+    for (const PowerZone& zone : parseZones(readZoneFile(paths::zoneFile()))) {
+        if (zone.isBand() && state.zone == zone.name) {
+            state.volumeCeiling = zone.volume;
+            state.lightCeiling = zone.light;
+        }
     }
     state.lastAction = ReasonRecord::read(&state.recordFault);
     return state;

@@ -132,7 +132,9 @@ SessionBus::SessionBus() = default;
 SessionBus::~SessionBus()
 {
     m_connection.reset();
-    QDBusConnection::disconnectFromBus(QLatin1StringView(kConnectionName));
+    if (!m_isHanging) {
+        QDBusConnection::disconnectFromBus(QLatin1StringView(kConnectionName));
+    }
 }
 
 bool SessionBus::open(QString* fault)
@@ -149,6 +151,7 @@ bool SessionBus::open(QString* fault)
     thread->start();
     if (!thread->wait(kOpenLimitMs)) {
         (void)thread.release(); // still at it; the program is about to end
+        m_isHanging = true;
         *fault = u"no answer from the session bus at %1"_s.arg(where);
         return false;
     }

@@ -93,4 +93,5 @@ private:
 
     Catalogue m_catalogue;
     std::unique_ptr<QDBusConnection> m_connection;
+    bool m_isHanging = false; ///< the bus holds up the attempt to connect
 };
