@@ -30,7 +30,7 @@ QByteArray socketPath(const QString& addresses)
             continue;
         }
         for (const QString& part : address.mid(5).split(u',')) {
-            const QByteArray value = QByteArray::fromPercentEncoding(part.section(u'=', 1).toUtf8());
+            QByteArray value = QByteArray::fromPercentEncoding(part.section(u'=', 1).toUtf8());
             if (part.startsWith(u"path=")) {
                 return value;
             }

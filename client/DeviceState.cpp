@@ -24,6 +24,9 @@ namespace {
 
 constexpr auto kLimit = 1000ms;
 
+/// Of the first column that a person sees.
+constexpr int kHeadingColumns = 15;
+
 /// The value of a member's argument by its name.
 QVariant valueOf(const QVariantList& values, const MemberDescription& method, const QString& name)
 {
@@ -114,15 +117,16 @@ DeviceState DeviceState::query(SessionBus& bus)
     const QString daemonName = bus.catalogue().powerDaemon().service;
     state.daemon.name = daemonName;
 
-    // All are asked before any is waited for.
+    // All are asked before any is waited for; the bus first, so that one who ends at a question was there.
+    QDBusPendingCall names = bus.askBus(u"ListNames"_s, {});
+    QDBusPendingCall process = bus.askBus(u"GetConnectionUnixProcessID"_s, {bus.catalogue().powerDaemon().busName});
     QList<std::pair<const QuestionDescription*, PendingAnswer>> questions;
     for (const QuestionDescription& question : kQuestions) {
         questions.append({&question, bus.call(QString::fromLatin1(question.service),
                                               QString::fromLatin1(question.member), {}, kLimit)});
     }
-    QHash<QString, QString> serviceByOwner;
-    const bool isBusThere = bus.findOwners(&serviceByOwner);
-    const QStringList present = serviceByOwner.values();
+    names.waitForFinished();
+    const QStringList present = bus.presentServices(names.reply());
     std::map<QString, QString> problems;
     for (auto& [question, pending] : questions) {
         const QString service = QString::fromLatin1(question->service);
@@ -139,14 +143,15 @@ DeviceState DeviceState::query(SessionBus& bus)
         return Service{name, present.contains(name), problem == problems.end() ? QString() : problem->second};
     };
     state.daemon = serviceState(daemonName);
-    if (!isBusThere) {
+    if (names.isError()) {
         state.daemon.problem = u"the session bus does not answer"_s;
     }
     for (const QString& name : bus.catalogue().serviceNames()) {
         state.services.append(serviceState(name));
     }
-    if (state.daemon.isPresent) {
-        state.daemonPid = bus.processOf(bus.catalogue().powerDaemon().busName);
+    process.waitForFinished();
+    if (!process.isError()) {
+        state.daemonPid = process.reply().arguments().value(0).toLongLong();
         state.daemonSeconds = secondsSinceStart(state.daemonPid);
     }
     // The daemon tells the zone's name only.
@@ -225,7 +230,7 @@ QStringList DeviceState::toLines(const Terminal& terminal) const
 
     QStringList lines;
     const auto row = [&lines](const QString& name, const QString& text) {
-        lines.append(QString(name + u':').leftJustified(15) + text);
+        lines.append((name.isEmpty() ? name : QString(name + u':')).leftJustified(kHeadingColumns) + text);
     };
     if (!daemon.isPresent) {
         row(u"Power daemon"_s, terminal.styled(u"missing"_s, Style::Bad));
@@ -260,19 +265,31 @@ QStringList DeviceState::toLines(const Terminal& terminal) const
                                                                     durationText(lastAction->time.secsTo(time)),
                                                                     clockText(lastAction->time))
                                      : terminal.styled(recordFault, Style::Dim));
-    QStringList here;
-    QStringList away;
-    for (const Service& service : services) {
-        if (!service.isPresent) {
-            away.append(service.name);
-        } else {
-            here.append(service.problem.isEmpty()
-                            ? service.name
-                            : terminal.styled(u"%1 (%2)"_s.arg(service.name, service.problem), Style::Bad));
+    // As many services a line as fit.
+    const auto serviceRow = [&](const QString& name, bool isPresent) {
+        QString line;
+        qsizetype columns = 0;
+        QString heading = name;
+        for (const Service& service : services) {
+            if (service.isPresent != isPresent) {
+                continue;
+            }
+            const QString text =
+                service.problem.isEmpty() ? service.name : u"%1 (%2)"_s.arg(service.name, service.problem);
+            if (columns > 0 && kHeadingColumns + columns + 2 + text.size() > terminal.width()) {
+                row(heading, line + u',');
+                heading.clear();
+                line.clear();
+                columns = 0;
+            }
+            const bool isBad = !isPresent || !service.problem.isEmpty();
+            line += (columns > 0 ? u", "_s : QString()) + (isBad ? terminal.styled(text, Style::Bad) : text);
+            columns += (columns > 0 ? 2 : 0) + text.size();
         }
-    }
-    row(u"Services"_s, here.isEmpty() ? u"none"_s : here.join(u", "_s));
-    row(u"Missing"_s, away.isEmpty() ? u"none"_s : terminal.styled(away.join(u", "_s), Style::Bad));
+        row(heading, line.isEmpty() ? u"none"_s : line);
+    };
+    serviceRow(u"Services"_s, true);
+    serviceRow(u"Missing"_s, false);
     return lines;
 }
 

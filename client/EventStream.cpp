@@ -100,12 +100,11 @@ void EventStream::receiveCall(const WireMessage& message)
 
 void EventStream::receiveAnswer(const WireMessage& message)
 {
-    const auto found = m_openCalls.constFind(key(message.destination, message.replySerial));
-    if (found == m_openCalls.cend()) {
+    const QString callKey = key(message.destination, message.replySerial);
+    if (!m_openCalls.contains(callKey)) {
         return;
     }
-    const OpenCall call = *found;
-    m_openCalls.erase(found);
+    const OpenCall call = m_openCalls.take(callKey);
     QJsonObject event{{u"service"_s, call.service->service},
                       {u"member"_s, call.member},
                       {u"seconds"_s, static_cast<double>(m_clock.elapsed() - call.msec) / 1000},

@@ -19,8 +19,8 @@ constexpr qsizetype kMostValues = 8;
 QString valuesText(const QJsonArray& values)
 {
     QStringList texts;
-    for (const QJsonValue& entry : values) {
-        const QJsonValue value = entry[u"value"];
+    for (const auto& entry : values) {
+        const QJsonValue value = entry.toObject().value(u"value"_s);
         texts.append(value.isString() ? u'"' + printable(value.toString()) + u'"' : value.toVariant().toString());
     }
     const qsizetype size = texts.size();

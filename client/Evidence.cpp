@@ -18,7 +18,7 @@ constexpr qint64 kLongestWaitSeconds = 600;
 /// The record has whole seconds, and is written after the request.
 constexpr qint64 kClockSlackSeconds = 2;
 
-constexpr qint64 kMostLineBytes = 1024 * 1024;
+constexpr qint64 kMostLineBytes = qint64{1024} * 1024;
 constexpr int kJournalLimitMs = 10000;
 constexpr qsizetype kMostJournalLines = 20;
 

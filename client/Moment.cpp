@@ -20,8 +20,7 @@ constexpr int kLongestDays = 31;
 /// Seconds of "8h", "1h30m", "90s", "2d"; -1 if it is no such text.
 qint64 parseDuration(const QString& text)
 {
-    static const QRegularExpression form(
-        u"^(?:(\\d{1,4})d)?(?:(\\d{1,4})h)?(?:(\\d{1,5})m(?:in)?)?(?:(\\d{1,6})s)?$"_s);
+    const QRegularExpression form(u"^(?:(\\d{1,4})d)?(?:(\\d{1,4})h)?(?:(\\d{1,5})m(?:in)?)?(?:(\\d{1,6})s)?$"_s);
     const QRegularExpressionMatch match = form.match(text);
     if (!match.hasMatch() || text.isEmpty()) {
         return -1;
@@ -34,7 +33,7 @@ qint64 parseDuration(const QString& text)
 /// daemon takes it.
 QDateTime localTime(QDate date, QTime time)
 {
-    const QDateTime plain(date, time);
+    QDateTime plain(date, time);
     if (plain.isValid() && plain.date() == date && plain.time() == time) {
         return plain;
     }

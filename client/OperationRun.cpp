@@ -81,7 +81,7 @@ bool OperationRun::isDaemonGone() const
 
 qint64 OperationRun::secondsWaited() const
 {
-    return m_clock.elapsed() / 1000;
+    return (m_clock.elapsed() + 500) / 1000; // the limit is a coarse timer
 }
 
 void OperationRun::onPowerEvent(const QString& name, const QString&)
@@ -131,8 +131,11 @@ void OperationRun::subscribe()
     m_daemonOwner = serviceByOwner.key(daemon.service);
     auto monitor = std::make_unique<BusMonitor>();
     QString fault;
-    if (!m_daemonOwner.isEmpty() &&
-        monitor->start(SessionBus::address(), {u"type='method_call',sender='%1'"_s.arg(m_daemonOwner)}, &fault)) {
+    if (!m_daemonOwner.isEmpty() && monitor->start(SessionBus::address(),
+                                                   {u"type='method_call',sender='%1'"_s.arg(m_daemonOwner),
+                                                    u"type='method_return',destination='%1'"_s.arg(m_daemonOwner),
+                                                    u"type='error',destination='%1'"_s.arg(m_daemonOwner)},
+                                                   &fault)) {
         connect(monitor.get(), &BusMonitor::received, this, &OperationRun::receive);
         m_monitor = std::move(monitor);
     }
@@ -140,7 +143,12 @@ void OperationRun::subscribe()
 
 void OperationRun::receive(const WireMessage& message)
 {
-    if (message.type != WireMessage::Type::Call || message.sender != m_daemonOwner) {
+    if (message.type != WireMessage::Type::Call) {
+        // Answered: a pause may follow, which nothing announces.
+        const bool isAnswer = message.replySerial == m_callSerial && m_callSerial != 0;
+        if (isAnswer && m_step + 1 < m_operation.steps.size() && m_operation.steps.at(m_step + 1).service.isEmpty()) {
+            ++m_step;
+        }
         return;
     }
     for (qsizetype place = std::max<qsizetype>(m_step, 0); place < m_operation.steps.size(); ++place) {
@@ -148,6 +156,7 @@ void OperationRun::receive(const WireMessage& message)
         if (!step.service.isEmpty() && step.member == message.member &&
             m_bus.describe(step.service).interfaceName == message.interfaceName) {
             m_step = place;
+            m_callSerial = message.serial;
             return;
         }
     }

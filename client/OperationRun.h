@@ -52,7 +52,8 @@ private:
     Terminal& m_terminal;
     std::unique_ptr<BusMonitor> m_monitor;
     QString m_daemonOwner;
-    qsizetype m_step = -1; ///< place of the step that runs, as far as that is known
+    qsizetype m_step = -1;    ///< place of the step that runs, as far as that is known
+    quint32 m_callSerial = 0; ///< of the daemon's call in that step
     QElapsedTimer m_clock;
     QTimer m_progressTimer;
     bool m_wasAnnounced = false;

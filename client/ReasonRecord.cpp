@@ -17,7 +17,7 @@ namespace {
 constexpr char kTimeFormat[] = "yyyy/MM/dd-HH:mm:ss";
 
 /// The longest content that is read: a caller's reason has no limit.
-constexpr qint64 kMostBytes = 1024 * 1024;
+constexpr qint64 kMostBytes = qint64{1024} * 1024;
 
 struct Meaning
 {

@@ -205,29 +205,19 @@ const InterfaceDescription& SessionBus::describe(const QString& service) const
 
 bool SessionBus::findOwners(QHash<QString, QString>* serviceByOwner)
 {
-    const QDBusMessage names = askBus(u"ListNames"_s, {});
-    if (names.type() != QDBusMessage::ReplyMessage) {
+    QDBusPendingCall names = askBus(u"ListNames"_s, {});
+    names.waitForFinished();
+    if (names.isError()) {
         return false;
     }
-    const QStringList present = names.arguments().value(0).toStringList();
     QList<std::pair<QString, QDBusPendingCall>> calls;
-    const auto ask = [this, &present, &calls](const InterfaceDescription& description) {
-        if (present.contains(description.busName)) {
-            QDBusMessage message =
-                QDBusMessage::createMethodCall(kBus, u"/org/freedesktop/DBus"_s, kBus, u"GetNameOwner"_s);
-            message.setArguments({description.busName});
-            calls.append({description.service, m_connection->asyncCall(message, kBusLimitMs)});
-        }
-    };
-    ask(m_catalogue.powerDaemon());
-    for (const InterfaceDescription& description : m_catalogue.services()) {
-        ask(description);
+    for (const QString& service : presentServices(names.reply())) {
+        calls.append({service, askBus(u"GetNameOwner"_s, {describe(service).busName})});
     }
     for (auto& [service, call] : calls) {
         call.waitForFinished();
-        const QString owner = call.reply().arguments().value(0).toString();
-        if (call.reply().type() == QDBusMessage::ReplyMessage) {
-            serviceByOwner->insert(owner, service);
+        if (!call.isError()) {
+            serviceByOwner->insert(call.reply().arguments().value(0).toString(), service);
         }
     }
     return true;
@@ -235,13 +225,26 @@ bool SessionBus::findOwners(QHash<QString, QString>* serviceByOwner)
 
 qint64 SessionBus::processOf(const QString& busName)
 {
-    const QDBusMessage reply = askBus(u"GetConnectionUnixProcessID"_s, {busName});
-    return reply.type() == QDBusMessage::ReplyMessage ? reply.arguments().value(0).toLongLong() : 0;
+    QDBusPendingCall call = askBus(u"GetConnectionUnixProcessID"_s, {busName});
+    call.waitForFinished();
+    return call.isError() ? 0 : call.reply().arguments().value(0).toLongLong();
 }
 
-QDBusMessage SessionBus::askBus(const QString& member, const QVariantList& arguments)
+QDBusPendingCall SessionBus::askBus(const QString& member, const QVariantList& arguments)
 {
     QDBusMessage message = QDBusMessage::createMethodCall(kBus, u"/org/freedesktop/DBus"_s, kBus, member);
     message.setArguments(arguments);
-    return m_connection->call(message, QDBus::Block, kBusLimitMs);
+    return m_connection->asyncCall(message, kBusLimitMs);
+}
+
+QStringList SessionBus::presentServices(const QDBusMessage& names) const
+{
+    const QStringList present = names.arguments().value(0).toStringList();
+    QStringList services;
+    for (const QString& service : QStringList{m_catalogue.powerDaemon().service} + m_catalogue.serviceNames()) {
+        if (present.contains(describe(service).busName)) {
+            services.append(service);
+        }
+    }
+    return services;
 }

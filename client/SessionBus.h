@@ -88,9 +88,12 @@ public:
     /// The process behind a name on the bus; 0 if that can't be found out. Blocks for a second at most.
     [[nodiscard]] qint64 processOf(const QString& busName);
 
-private:
-    [[nodiscard]] QDBusMessage askBus(const QString& member, const QVariantList& arguments);
+    /// Asks the bus itself, and does not wait.
+    [[nodiscard]] QDBusPendingCall askBus(const QString& member, const QVariantList& arguments);
+    /// The names that are there, from the answer to "ListNames", as short names of services.
+    [[nodiscard]] QStringList presentServices(const QDBusMessage& names) const;
 
+private:
     Catalogue m_catalogue;
     std::unique_ptr<QDBusConnection> m_connection;
     bool m_isHanging = false; ///< the bus holds up the attempt to connect

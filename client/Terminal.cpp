@@ -22,9 +22,9 @@ constexpr int kDefaultWidth = 80;
 constexpr int kDefaultHeight = 24;
 
 constexpr char kEraseLine[] = "\r\x1b[K";
-/// The other screen of the terminal, without a cursor, and back.
-constexpr char kEnterScreen[] = "\x1b[?1049h\x1b[?25l";
-constexpr char kLeaveScreen[] = "\x1b[?25h\x1b[?1049l";
+/// The other screen of the terminal, without a cursor, its lines cut at the edge; and back.
+constexpr char kEnterScreen[] = "\x1b[?1049h\x1b[?25l\x1b[?7l";
+constexpr char kLeaveScreen[] = "\x1b[?7h\x1b[?25h\x1b[?1049l";
 
 // What a signal has to write, and where to. Set before the terminal is changed, cleared after it is restored.
 volatile sig_atomic_t restoreDescriptor = -1;
@@ -40,11 +40,11 @@ void restoreAndEnd(int signalNumber)
     (void)::raise(signalNumber); // the handler is gone: SA_RESETHAND
 }
 
-template <size_t size>
-void restoreBy(int descriptor, const char (&text)[size])
+template <size_t Size>
+void restoreBy(int descriptor, const char (&text)[Size])
 {
     restoreText = text;
-    restoreLength = size - 1;
+    restoreLength = Size - 1;
     restoreDescriptor = descriptor;
 }
 

@@ -98,7 +98,7 @@ public:
         if (!isLeft(qsizetype{length} + 1)) {
             return {};
         }
-        const QString text = QString::fromUtf8(m_bytes.constData() + m_place, qsizetype{length});
+        QString text = QString::fromUtf8(m_bytes.constData() + m_place, qsizetype{length});
         m_place += qsizetype{length} + 1;
         return text;
     }
@@ -257,7 +257,7 @@ WireMessage::Result WireMessage::take(QByteArray& buffer, WireMessage* message)
         return Result::Incomplete;
     }
     const bool isBigEndian = buffer.at(0) == 'B';
-    const int type = buffer.at(1);
+    const auto type = static_cast<uchar>(buffer.at(1));
     if ((!isBigEndian && buffer.at(0) != 'l') || type < 1 || buffer.at(3) != 1) {
         return Result::Broken;
     }

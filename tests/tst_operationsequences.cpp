@@ -55,8 +55,8 @@ private Q_SLOTS:
         QCOMPARE(operation(manager()), 0);
 
         // Each call with the seconds paused before it.
-        static const QRegularExpression call(u"^call (\\w+\\.\\w+)\\("_s);
-        static const QRegularExpression pause(u"^pause (\\d+) (s|us)$"_s);
+        const QRegularExpression call(u"^call (\\w+\\.\\w+)\\("_s);
+        const QRegularExpression pause(u"^pause (\\d+) (s|us)$"_s);
         QStringList done;
         double after = 0;
         for (const QString& line : take()) {

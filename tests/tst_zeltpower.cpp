@@ -22,6 +22,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 
 #include <csignal>
 
@@ -185,9 +186,11 @@ private:
 class OwnBus : public QProcess
 {
 public:
-    OwnBus()
+    /// @param configuration file with the bus's rules; empty: those of a session
+    explicit OwnBus(const QString& configuration = {})
     {
-        start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
+        start(u"dbus-daemon"_s, {configuration.isEmpty() ? u"--session"_s : u"--config-file="_s + configuration,
+                                 u"--nofork"_s, u"--print-address"_s});
         if (!waitForReadyRead(kPatienceMs)) {
             qFatal("dbus-daemon: no address");
         }
@@ -207,6 +210,15 @@ public:
 private:
     QString m_address;
 };
+
+/// Rules of a bus that starts the power daemon for whoever asks for it, but lets nobody watch it.
+QByteArray strictRules(const QString& folder)
+{
+    return u"<busconfig><type>session</type><listen>unix:tmpdir=%1</listen><servicedir>%1</servicedir>"
+           "<policy context='default'><allow send_destination='*'/><allow receive_sender='*'/><allow own='*'/>"
+           "<deny send_interface='org.freedesktop.DBus.Monitoring'/></policy></busconfig>"_s.arg(folder)
+               .toUtf8();
+}
 
 QString sessionAddress()
 {
@@ -261,7 +273,7 @@ private Q_SLOTS:
         row("status, answered", u"status"_s, Mode::Answers, 0, u"Autoscaling:   off"_s, kPromptMs);
         row("status, mute", u"status"_s, Mode::Mute, 4, u"no answer"_s, kSecondMs);
         row("status, error", u"status"_s, Mode::Fails, 4, u"not today"_s, kPromptMs);
-        row("status, ends", u"status"_s, Mode::Ends, 3, u"missing"_s, kSecondMs);
+        row("status, ends", u"status"_s, Mode::Ends, 4, u"; no answer"_s, kSecondMs);
     }
 
     void faults()
@@ -467,8 +479,8 @@ private Q_SLOTS:
         for (const QString& line : monitor.output().split(u'\n', Qt::SkipEmptyParts)) {
             const QJsonObject event = QJsonDocument::fromJson(line.toUtf8()).object();
             QVERIFY2(event[u"time"].isDouble() && event[u"clock"].isString(), qPrintable(line));
-            request = event[u"kind"] == u"request"_s ? event : request;
-            answer = event[u"kind"] == u"answer"_s ? event : answer;
+            request = event[u"kind"].toString() == u"request" ? event : request;
+            answer = event[u"kind"].toString() == u"answer" ? event : answer;
         }
         QCOMPARE(request[u"member"].toString(), u"SetFreq"_s);
         QCOMPARE(request[u"sender"][u"pid"].toInteger(), pid);
@@ -480,8 +492,54 @@ private Q_SLOTS:
         QCOMPARE(answer[u"reply"][0][u"value"].toInt(), -52);
     }
 
-    /// The same words as the simulator's own signals, without the rights of a monitor.
+    void neverStartsTheDaemon_data()
+    {
+        const Table<QString> row("line");
+        row("status", u"status"_s);
+        row("operation", u"reboot upgrade"_s);
+        row("dry run", u"reboot upgrade --dry-run"_s);
+    }
+
+    void neverStartsTheDaemon()
+    {
+        QFETCH(QString, line);
+        const QTemporaryDir folder;
+        const QString started = folder.filePath(u"started"_s);
+        writeFile(
+            folder.filePath(u"power.service"_s),
+            u"[D-BUS Service]\nName=com.quillmark.zelt.powermanager\nExec=/usr/bin/touch %1\n"_s.arg(started).toUtf8());
+        writeFile(folder.filePath(u"bus.conf"_s), strictRules(folder.path()));
+        const OwnBus bus(folder.filePath(u"bus.conf"_s));
+
+        Client client(line.split(u' '), bus.address());
+
+        QCOMPARE(client.wait(), line.contains(u"--dry-run"_s) ? 0 : 3);
+        QVERIFY(!QFile::exists(started));
+    }
+
+    /// The bus lets nobody watch it.
     void monitorBySignals()
+    {
+        const QTemporaryDir folder;
+        writeFile(folder.filePath(u"bus.conf"_s), strictRules(folder.path()));
+        const OwnBus bus(folder.filePath(u"bus.conf"_s));
+        Client monitor({u"monitor"_s}, bus.address());
+        QTRY_VERIFY_WITH_TIMEOUT(monitor.output().contains(u"signals alone, no calls and answers (Sender is not"_s) ||
+                                     monitor.output().contains(u"(Rejected send message"_s),
+                                 kPatienceMs);
+
+        const FakeDaemon daemon(bus.address(), Mode::GoesDown);
+        QTRY_VERIFY_WITH_TIMEOUT(monitor.output().contains(u"process  the power daemon is up"_s), kPatienceMs);
+        Client client({u"reboot"_s, u"upgrade"_s}, bus.address());
+
+        QCOMPARE(client.wait(), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            monitor.output().contains(u"signal   powermanager.PowerEvent(\"reboot\", \"upgrade\")"_s), kPatienceMs);
+        QVERIFY(!monitor.output().contains(u"  request  "_s));
+    }
+
+    /// The other services' signals, too.
+    void monitorAllBySignals()
     {
         Timeline timeline;
         SimulatedDevice device(timeline);
@@ -536,7 +594,7 @@ private Q_SLOTS:
         }
         ::close(terminal);
         QCOMPARE(shown.contains("\x1b[?1049h"), line == u"status --watch");
-        QCOMPARE(shown.endsWith("\x1b[?25h\x1b[?1049l"), line == u"status --watch");
+        QCOMPARE(shown.endsWith("\x1b[?7h\x1b[?25h\x1b[?1049l"), line == u"status --watch");
         QVERIFY2(line != u"reboot upgrade" || shown.endsWith("\r\x1b[K"), shown.constData());
         QVERIFY2(msec <= 50 * TIME_FACTOR, qPrintable(QString::number(msec)));
     }
