@@ -1,10 +1,7 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
 #include "Catalogue.h"
-#include "CommandTable.h"
-#include "Completions.h"
 #include "DBusValues.h"
-#include "ManualPage.h"
 #include "Moment.h"
 #include "ReasonRecord.h"
 #include "SimulatedDevice.h"
@@ -228,12 +225,6 @@ QString sessionAddress()
 QString recordPath()
 {
     return QStringLiteral(ZELT_ROOT "/data/log/last_powerman.txt");
-}
-
-QString readFile(const QString& path)
-{
-    QFile file(QStringLiteral(SOURCE_FOLDER "/") + path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : u"can't read "_s + path;
 }
 
 } // namespace
@@ -700,36 +691,6 @@ private Q_SLOTS:
                 bytes[place] = static_cast<char>(value);
                 (void)WireMessage::take(bytes, &message);
             }
-        }
-    }
-
-    void committedFilesAreTheTables_data()
-    {
-        const QList<CommandDescription> commands = CommandTable().descriptions();
-        const Table<QString, QString> row("file", "content");
-        row("bash", u"packaging/completions/zelt-power"_s, completions::bash(commands));
-        row("zsh", u"packaging/completions/_zelt-power"_s, completions::zsh(commands));
-        row("fish", u"packaging/completions/zelt-power.fish"_s, completions::fish(commands));
-        row("manual page", u"packaging/man/zelt-power.1.scd"_s, manualPage(commands));
-    }
-
-    /// scripts/client-files renews them.
-    void committedFilesAreTheTables()
-    {
-        QFETCH(QString, file);
-        QFETCH(QString, content);
-
-        QCOMPARE(readFile(file), content);
-    }
-
-    void helpOfEveryCommand()
-    {
-        for (const CommandDescription& command : CommandTable().descriptions()) {
-            Client client(command.name.split(u' ') + QStringList{u"--help"_s});
-
-            QCOMPARE(client.wait(), 0);
-            QVERIFY2(client.output().startsWith(u"Usage: "_s + command.usage()), qPrintable(client.output()));
-            QVERIFY2(!command.examples.isEmpty() && !command.statuses.isEmpty(), qPrintable(command.name));
         }
     }
 };

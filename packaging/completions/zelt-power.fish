@@ -82,7 +82,7 @@ complete -c zelt-power -n '__zelt_power_at 0' -a zones -d 'check, show, explain,
 complete -c zelt-power -n '__zelt_power_at 0 zones' -a check -d 'find what is wrong with zone files'
 complete -c zelt-power -n '__zelt_power_at any zones check' -l json -d 'print one JSON object with all findings'
 complete -c zelt-power -n '__zelt_power_at any zones check' -l strict -d 'let notes count as findings'
-complete -c zelt-power -n '__zelt_power_at any zones check' -l noise -x -d 'by how many percent the charge wavers (2)'
+complete -c zelt-power -n '__zelt_power_at any zones check' -l noise -x -d 'by how many percent the charge fluctuates (2)'
 complete -c zelt-power -n '__zelt_power_at any zones check' -l help -d 'explain the command'
 complete -c zelt-power -n '__zelt_power_at any zones check' -F
 complete -c zelt-power -n '__zelt_power_at 0 zones' -a show -d 'show which zone has which charges'
