@@ -313,7 +313,7 @@ private Q_SLOTS:
 
         QCOMPARE(client.wait(), 3);
         QVERIFY2(client.errors().contains(u"no answer from the session bus"_s), qPrintable(client.errors()));
-        QVERIFY(client.msec() < 4000 * TIME_FACTOR);
+        QVERIFY(client.msec() < qint64{4000} * TIME_FACTOR);
     }
 
     void busGoesAway_data()
@@ -424,7 +424,7 @@ private Q_SLOTS:
         QCOMPARE(state[u"daemon"][u"pid"].toInteger(), QCoreApplication::applicationPid());
         QCOMPARE(state[u"lastAction"][u"action"].toString(), u"reboot"_s);
         QStringList problems;
-        for (const QJsonValue& service : state[u"services"].toArray()) {
+        for (const QJsonValue service : state[u"services"].toArray()) {
             if (!service[u"present"].toBool() || !service[u"problem"].isNull()) {
                 problems.append(service[u"name"].toString() + u' ' + service[u"problem"].toString());
             }
@@ -587,7 +587,7 @@ private Q_SLOTS:
         QCOMPARE(shown.contains("\x1b[?1049h"), line == u"status --watch");
         QCOMPARE(shown.endsWith("\x1b[?7h\x1b[?25h\x1b[?1049l"), line == u"status --watch");
         QVERIFY2(line != u"reboot upgrade" || shown.endsWith("\r\x1b[K"), shown.constData());
-        QVERIFY2(msec <= 50 * TIME_FACTOR, qPrintable(QString::number(msec)));
+        QVERIFY2(msec <= qint64{50} * TIME_FACTOR, qPrintable(QString::number(msec)));
     }
 
     void why_data()
