@@ -73,7 +73,7 @@ private Q_SLOTS:
 
         QVERIFY(monitor.start());
 
-        QVERIFY(QTest::qWaitFor([] { return timesOf(u"Error opening"_s).size() >= 3; }, 20'000));
+        QTRY_VERIFY_WITH_TIMEOUT(timesOf(u"Error opening"_s).size() >= 3, 20'000);
         const qint64 length = timesOf(u"Error opening"_s).at(2) - begin;
         QVERIFY2(length > 2500 && length < 5500, qPrintable(QString::number(length)));
     }
