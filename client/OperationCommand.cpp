@@ -96,7 +96,7 @@ ExitStatus OperationCommand::explain(const Operation& operation, Terminal& termi
     const QStringList needed = sequence::services(operation.steps);
     QStringList missing;
     for (const QString& service : needed) {
-        if (!present.contains(service)) {
+        if (isKnown && !present.contains(service)) {
             missing.append(service);
         }
     }

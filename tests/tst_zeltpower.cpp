@@ -401,6 +401,12 @@ private Q_SLOTS:
                                           "Takes:       7.5 s if every service answers at once, at most 142.5 s"_s),
                  qPrintable(client.output()));
         QCOMPARE(daemon.calls(), QStringList());
+
+        Client withoutBus({u"reboot"_s, u"--dry-run"_s}, u"unix:path=/nowhere"_s);
+        QCOMPARE(withoutBus.wait(), 0);
+        QVERIFY2(withoutBus.output().contains(u"Missing now: not known: "_s) &&
+                     !withoutBus.output().contains(u"refused"_s),
+                 qPrintable(withoutBus.output()));
     }
 
     void statusOfADevice()
