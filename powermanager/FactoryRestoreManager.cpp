@@ -328,7 +328,8 @@ bool FactoryRestoreManager::CopyConfigValue(const Configuration& store, const QS
                                             const QString& toGroup, const QString& defaultValue)
 {
     bool isFound = false;
-    const QString value = store.ReadConfigValue(fromGroup, key, defaultValue, &isFound, true);
+    const QString present = store.ReadConfigValue(fromGroup, key, defaultValue, &isFound, true);
+    const QString value = isFound ? present : defaultValue; // whatever the store returns for a missing key
     const QByteArray valueText = value.toLocal8Bit();
     if (!isFound) {
         POWER_LOG(LogLevel::Warning, "Can't find %s/%s, using default (%s)", qPrintable(fromGroup), qPrintable(key),
