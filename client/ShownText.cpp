@@ -8,7 +8,7 @@ QString shown(const QString& text)
 {
     constexpr qsizetype kLongest = 40;
     QString safe;
-    for (const QChar character : text.left(kLongest)) {
+    for (const QChar character : QStringView(text).left(kLongest)) {
         safe += character.isPrint() || character.isSurrogate()
                     ? QString(character)
                     : u"\\x%1"_s.arg(character.unicode(), 2, 16, QLatin1Char('0'));
