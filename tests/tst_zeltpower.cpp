@@ -430,7 +430,8 @@ private Q_SLOTS:
         QCOMPARE(state[u"daemon"][u"pid"].toInteger(), QCoreApplication::applicationPid());
         QCOMPARE(state[u"lastAction"][u"action"].toString(), u"reboot"_s);
         QStringList problems;
-        for (const QJsonValue service : state[u"services"].toArray()) {
+        const QJsonArray services = state[u"services"].toArray();
+        for (const auto& service : services) {
             if (!service[u"present"].toBool() || !service[u"problem"].isNull()) {
                 problems.append(service[u"name"].toString() + u' ' + service[u"problem"].toString());
             }
