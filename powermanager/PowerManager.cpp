@@ -83,7 +83,7 @@ QString toUtc(const QString& localTime)
     QDateTime time = QDateTime::fromString(localTime, format);
     constexpr int kGapSeconds = 3600;
     if (!time.isValid() && time.date().isValid() && time.time().isValid()) {
-        // Without a date, the time would be treated as UTC already. The clock time wraps at midnight.
+        // Left invalid, it would be converted as if it were UTC already. The clock time wraps at midnight.
         const QTime clock = time.time().addSecs(-kGapSeconds);
         const QDate date = clock < time.time() ? time.date() : time.date().addDays(-1);
         time = QDateTime(date, clock).addSecs(kGapSeconds);
