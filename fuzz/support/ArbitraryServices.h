@@ -4,15 +4,14 @@
 
 #include "Catalogue.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
-#include <QMutex>
 #include <QQueue>
-#include <QThread>
 
-/// All other services of the device on one connection. They answer the daemon's calls with whatever they were given.
-/// They run on a thread of their own, because the daemon blocks its thread while it waits for answers.
+/// All other services of the device. They answer the daemon's calls with whatever they were given.
+///
+/// They share the daemon's connection and thread: Qt hands a call to a name of the same connection over directly, so
+/// that neither the bus nor another thread is waited for. Qt still packs and unpacks what is more than a basic type.
 class ArbitraryServices : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -25,7 +24,7 @@ public:
         QStringList words; ///< for messageValues()
     };
 
-    /// Joins the bus. Ends the process if that fails.
+    /// Joins the session bus. Ends the process if that fails.
     explicit ArbitraryServices(const Catalogue& catalogue);
     Q_DISABLE_COPY_MOVE(ArbitraryServices)
 
@@ -33,19 +32,13 @@ public:
     /// values.
     void addAnswer(const Answer& answer);
 
-    /// The connection, which others may use to send, too.
-    [[nodiscard]] QDBusConnection& connection();
-
-    /// Waits until every call received so far is answered, and drops the answers left over.
-    void finish();
+    /// Drops the answers left over.
+    void dropAnswers();
 
     [[nodiscard]] QString introspect(const QString& path) const override;
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
 
 private:
     const Catalogue& m_catalogue;
-    QDBusConnection m_connection;
-    QThread m_thread;
-    QMutex m_mutex; ///< guards the answers
     QQueue<Answer> m_answers;
 };

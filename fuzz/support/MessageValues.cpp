@@ -9,6 +9,7 @@
 #include <QDBusUnixFileDescriptor>
 #include <QDBusVariant>
 #include <QDateTime>
+#include <QHash>
 #include <QPoint>
 
 #include <algorithm>
@@ -75,20 +76,27 @@ QVariant valueOf(const QString& text, const QString& describedType)
 
 QVariantList messageValues(const QList<ArgumentDescription>& described, const QStringList& words)
 {
-    QVariantList values = dbusvalues::fill(described, {});
+    // Most messages keep most of their values.
+    static QHash<const void*, QVariantList> zeros;
+    QVariantList& allZero = zeros[&described];
+    if (allZero.size() != described.size()) {
+        allZero = dbusvalues::fill(described, {});
+    }
+    QVariantList values = allZero;
     qsizetype next = 0;
     for (const QString& word : words.mid(0, kMostValues)) {
         if (word == u"-") {
             values = values.mid(0, values.size() - 1);
             continue;
         }
-        const auto named =
-            std::find_if(described.begin(), described.end(), [&word](const ArgumentDescription& argument) {
-                return !argument.name.isEmpty() && word.startsWith(argument.name + u'=');
-            });
-        const bool isNamed = named != described.end();
+        const qsizetype equals = word.indexOf(u'=');
+        const auto named = std::find_if(described.begin(), described.begin() + (equals > 0 ? described.size() : 0),
+                                        [name = QStringView(word).left(equals)](const ArgumentDescription& argument) {
+                                            return argument.name == name;
+                                        });
+        const bool isNamed = equals > 0 && named != described.end();
         const qsizetype index = isNamed ? named - described.begin() : next++;
-        const QVariant value = valueOf(isNamed ? word.section(u'=', 1) : word,
+        const QVariant value = valueOf(isNamed ? word.mid(equals + 1) : word,
                                        index < described.size() ? described.at(index).type : u"s"_s);
         if (index < values.size()) {
             values[index] = value;

@@ -16,4 +16,6 @@
 /// A value has its described type, and is zero if the text does not fit that, unless the text is "TYPE:TEXT": then it
 /// has that D-Bus type. Each "v" before the type packs the value into a variant. A value beyond those described is a
 /// text.
+///
+/// @param described outlives the process: what follows from it is computed once
 [[nodiscard]] QVariantList messageValues(const QList<ArgumentDescription>& described, const QStringList& words);
