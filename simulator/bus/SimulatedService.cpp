@@ -149,6 +149,11 @@ void SimulatedService::repairAll()
     m_faults.clear();
 }
 
+const QHash<QString, Fault>& SimulatedService::faults() const
+{
+    return m_faults;
+}
+
 void SimulatedService::send(const MemberDescription& signal, const QVariantList& values)
 {
     if (!isRunning()) {

@@ -59,9 +59,13 @@ public:
     /// Leaves the bus at once, as a process that dies. Does nothing if it is not on the bus.
     void stop();
 
+    [[nodiscard]] bool isRunning() const;
+
     /// Sets or, with Fault::Kind::None, repairs the fault of a method or signal.
     void setFault(const QString& member, const Fault& fault);
     void repairAll();
+    /// By member; those that were repaired are of kind None.
+    [[nodiscard]] const QHash<QString, Fault>& faults() const;
 
     /// Answers the calls of a method as recorded from now on, in order, and as the last time when the record is at its
     /// end. A call that was answered with status 0 does to the device what it always does, but announces nothing.
@@ -94,7 +98,6 @@ private:
         qint64 msec = 0; ///< when it came, on the timeline's clock
     };
 
-    [[nodiscard]] bool isRunning() const;
     [[nodiscard]] QString memberName(const QString& member) const;
     /// What the caller gets.
     [[nodiscard]] events::Outcome outcome(const MemberDescription& method, const QVariantList& values,

@@ -9,6 +9,7 @@
 #include <QFile>
 
 #include <cstdio>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -26,8 +27,11 @@ void write(std::FILE* stream, const QByteArray& text)
 
 } // namespace
 
-Program::Program(const QCommandLineParser& options)
-    : m_options(options), m_session(m_timeline, settings()), m_source(m_session.addSource())
+Program::Program(const QCommandLineParser& options, FrontEndFactory frontEnd)
+    : m_options(options),
+      m_makeFrontEnd(std::move(frontEnd)),
+      m_session(m_timeline, settings()),
+      m_source(m_session.addSource())
 {
     connect(&m_timeline, &Timeline::added, this, &Program::show);
     connect(&m_session, &Session::failed, this, &Program::onSessionFailed);
@@ -53,13 +57,17 @@ bool Program::begin()
         m_status = BadInput;
         return false;
     }
+    if (!beginFrontEnd()) {
+        m_status = NotStarted;
+        return false;
+    }
     QString error;
     if (!m_session.start(&error)) {
         printError(error);
         m_status = NotStarted;
         return false;
     }
-    const bool isInputWanted = m_options.positionalArguments().isEmpty() && !m_replay;
+    const bool isInputWanted = m_options.positionalArguments().isEmpty() && !m_replay && !m_frontEnd;
     if (isInputWanted || m_options.positionalArguments().contains(u"-"_s)) {
         m_input = std::make_unique<StandardInput>();
         connect(m_input.get(), &StandardInput::line, this, &Program::readLine);
@@ -146,6 +154,22 @@ bool Program::loadRecord()
     return true;
 }
 
+bool Program::beginFrontEnd()
+{
+    if (!m_makeFrontEnd) {
+        return true;
+    }
+    QString announcement;
+    QString error;
+    m_frontEnd = m_makeFrontEnd(m_session, m_options, &announcement, &error);
+    if (!m_frontEnd) {
+        printError(error);
+        return false;
+    }
+    print(announcement + u'\n');
+    return true;
+}
+
 bool Program::beginTable()
 {
     if (!m_options.isSet(u"csv"_s)) {
@@ -198,7 +222,9 @@ void Program::onSessionFailed(Session::Failure failure, const QString& reason)
     }
     printError(reason);
     const Status status = failure == Session::Failure::NotStarted ? NotStarted : Failed;
-    if (m_isEnding) {
+    if (m_frontEnd && m_session.isReady() && !m_isEnding) {
+        m_timeline.note(reason);
+    } else if (m_isEnding) {
         m_status = status;
     } else {
         end(status);
@@ -208,7 +234,7 @@ void Program::onSessionFailed(Session::Failure failure, const QString& reason)
 void Program::endIfDone()
 {
     const bool hasInput = (m_input && m_input->isOpen()) || (m_replay && m_replay->isRunning());
-    if (m_session.isReady() && m_source.isIdle() && !hasInput && !m_options.isSet(u"stay"_s)) {
+    if (m_session.isReady() && m_source.isIdle() && !hasInput && !m_options.isSet(u"stay"_s) && !m_frontEnd) {
         end(Done);
     }
 }

@@ -11,12 +11,21 @@
 
 #include <QObject>
 
+#include <functional>
 #include <memory>
 
 class QCommandLineParser;
 
+/// Makes another front end of the program's session.
+/// @param announcement a line for a person, e.g. where it is to be found
+/// @return null if that failed; *error says why
+using FrontEndFactory = std::function<std::unique_ptr<QObject>(Session& session, const QCommandLineParser& options,
+                                                               QString* announcement, QString* error)>;
+
 /// The simulator's program: a session with one source of lines, the scenario files and standard input, a record that is
 /// played, and the timeline on standard output. A failed line ends it; so does a wrong one, unless a person typed it.
+///
+/// With another front end, it stays until a signal: a power daemon that fails is reported, and can be started again.
 class Program : public QObject
 {
     Q_OBJECT
@@ -32,7 +41,8 @@ public:
     };
 
     /// @param options must outlive the program
-    explicit Program(const QCommandLineParser& options);
+    /// @param frontEnd makes the other front end; empty: there is none
+    Program(const QCommandLineParser& options, FrontEndFactory frontEnd);
 
     /// @return whether the event loop is to run; if not, status() says how it went
     [[nodiscard]] bool begin();
@@ -48,6 +58,7 @@ private:
     [[nodiscard]] bool loadScenarios();
     [[nodiscard]] bool beginTable();
     [[nodiscard]] bool loadRecord();
+    [[nodiscard]] bool beginFrontEnd();
     [[nodiscard]] Session::Settings settings() const;
     void show(const Timeline::Entry& entry);
     void print(const QString& text);
@@ -58,11 +69,13 @@ private:
     void end(Status status);
 
     const QCommandLineParser& m_options;
+    FrontEndFactory m_makeFrontEnd;
     TimelineText m_format;
     bool m_isJson = false;
     Timeline m_timeline;
     Session m_session;
     ScenarioRunner& m_source;
+    std::unique_ptr<QObject> m_frontEnd;
     std::unique_ptr<RunTable> m_table;
     std::unique_ptr<Replay> m_replay;
     std::unique_ptr<StandardInput> m_input;

@@ -180,6 +180,11 @@ Device::Answer Device::call(const QString& method, const QVariantList& arguments
     return {values, found->isHeld && values.value(u"Status"_s).toInt() == 0};
 }
 
+QList<int> Device::frequenciesMHz()
+{
+    return {std::begin(kFrequenciesMHz), std::end(kFrequenciesMHz)};
+}
+
 QStringList Device::unknownMethods(const Catalogue& catalogue)
 {
     QStringList unknown;

@@ -59,6 +59,9 @@ struct Device
     /// Carries out a method, e.g. "lightmanager.Switch", with its in-arguments in order.
     Answer call(const QString& method, const QVariantList& arguments);
 
+    /// The CPU frequencies that the frequency service takes, lowest first.
+    [[nodiscard]] static QList<int> frequenciesMHz();
+
     /// The methods in the table of effects that the catalogue does not know; none, unless one is misspelt.
     [[nodiscard]] static QStringList unknownMethods(const Catalogue& catalogue);
 

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <algorithm>
@@ -22,6 +23,8 @@ constexpr Script kScripts[] = {
     {"clear_data", "cd \"${0%/*}/../data/user\" && find . -mindepth 1 -delete"},
     {"post_factory_restore", "exit 0"},
 };
+
+constexpr qint64 kMostRecordBytes = 4096;
 
 QByteArray scriptBody(const QString& name, const QString& behaviour)
 {
@@ -62,7 +65,12 @@ bool DeviceFiles::installZones(const QString& source, QString* error) const
         *error = source + u": "_s + file.errorString();
         return false;
     }
-    return write(zoneFile(), file.readAll(), false, error);
+    return writeZones(file.readAll(), error);
+}
+
+bool DeviceFiles::writeZones(const QByteArray& content, QString* error) const
+{
+    return write(zoneFile(), content, false, error);
 }
 
 bool DeviceFiles::installScript(const QString& name, const QString& behaviour, QString* error) const
@@ -90,6 +98,14 @@ int DeviceFiles::userDataCount() const
 {
     const QDir folder(userFolder(), {}, {}, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     return m_root.isEmpty() ? 0 : static_cast<int>(folder.count());
+}
+
+QString DeviceFiles::record() const
+{
+    QFile file(m_root + u"/data/log/last_powerman.txt"_s);
+    // A record is two short lines; somebody may have put anything else there.
+    const bool isReadable = !m_root.isEmpty() && QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly);
+    return isReadable ? QString::fromUtf8(file.read(kMostRecordBytes)) : QString();
 }
 
 QString DeviceFiles::configFile() const

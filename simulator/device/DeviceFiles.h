@@ -19,6 +19,9 @@ public:
     /// Puts a copy of the file in the zone file's place, in one step.
     [[nodiscard]] bool installZones(const QString& source, QString* error) const;
 
+    /// Puts a zone file of that content in its place, in one step.
+    [[nodiscard]] bool writeZones(const QByteArray& content, QString* error) const;
+
     /// Puts a script in its place, or takes it away.
     /// @param name      "clear_data" or "post_factory_restore"
     /// @param behaviour "works", "fails" (status 1), "hangs" (for an hour) or "missing"
@@ -31,11 +34,16 @@ public:
     /// How many files, and folders, the user's data are.
     [[nodiscard]] int userDataCount() const;
 
+    /// The reason record of the last reboot or shutdown; null if there is none.
+    [[nodiscard]] QString record() const;
+
+    /// The file of the power zones.
+    [[nodiscard]] QString zoneFile() const;
+
     /// Where the configuration service keeps its values; empty if there are no files.
     [[nodiscard]] QString configFile() const;
 
 private:
-    [[nodiscard]] QString zoneFile() const;
     [[nodiscard]] QString scriptFile(const QString& name) const;
     [[nodiscard]] QString userFolder() const;
     [[nodiscard]] bool exists(QString* error) const;

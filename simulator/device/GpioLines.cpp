@@ -11,9 +11,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kIndicatorLine = 24;
-constexpr int kModeSelectLine = 134;
-
 bool readLevel(const QString& path)
 {
     QFile file(path);
@@ -72,6 +69,11 @@ bool GpioLines::selectMode(bool isAccessPoint, QString* error)
         return false;
     }
     return writeLevel(valueFile(kModeSelectLine), isAccessPoint, error);
+}
+
+bool GpioLines::isOn(int line) const
+{
+    return m_levels.value(line);
 }
 
 QString GpioLines::valueFile(int line) const

@@ -28,6 +28,12 @@ public:
     /// @return whether that went well; *error names file and reason
     [[nodiscard]] bool selectMode(bool isAccessPoint, QString* error);
 
+    /// Whether a line was on when it was last seen.
+    [[nodiscard]] bool isOn(int line) const;
+
+    static constexpr int kIndicatorLine = 24;
+    static constexpr int kModeSelectLine = 134;
+
 private:
     Q_DISABLE_COPY_MOVE(GpioLines)
 

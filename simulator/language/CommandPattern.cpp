@@ -6,27 +6,28 @@ using namespace Qt::Literals::StringLiterals;
 
 void CommandPattern::addWord(const QString& word)
 {
-    m_elements.append({Kind::Word, word, word, {}});
+    m_elements.append({Kind::Word, word, word, {}, {}});
 }
 
-void CommandPattern::addValue(const QString& name, const QString& shown, const Parser& parser)
+void CommandPattern::addValue(const QString& name, const QString& shown, const Parser& parser,
+                              const Candidates& candidates)
 {
-    m_elements.append({Kind::Value, name, shown, parser});
+    m_elements.append({Kind::Value, name, shown, parser, candidates});
 }
 
 void CommandPattern::addRest(const QString& name)
 {
-    m_elements.append({Kind::Rest, name, u'[' + name + u"...]"_s, {}});
+    m_elements.append({Kind::Rest, name, u'[' + name + u"...]"_s, {}, {}});
 }
 
 void CommandPattern::beginOptional()
 {
-    m_elements.append({Kind::OptionalBegin, {}, u"["_s, {}});
+    m_elements.append({Kind::OptionalBegin, {}, u"["_s, {}, {}});
 }
 
 void CommandPattern::endOptional()
 {
-    m_elements.append({Kind::OptionalEnd, {}, u"]"_s, {}});
+    m_elements.append({Kind::OptionalEnd, {}, u"]"_s, {}, {}});
 }
 
 QString CommandPattern::wordAfter(qsizetype at) const
@@ -90,6 +91,54 @@ std::optional<CommandValues> CommandPattern::match(const QList<Token>& tokens, c
         return fail(u"the end of the line"_s);
     }
     return values;
+}
+
+QStringList CommandPattern::wordsOf(const Element& element, const Catalogue& catalogue) const
+{
+    if (element.kind == Kind::Word) {
+        return {element.name};
+    }
+    return element.candidates ? element.candidates(catalogue) : QStringList();
+}
+
+QStringList CommandPattern::wordsAfter(const QList<Token>& tokens, const Catalogue& catalogue) const
+{
+    QStringList words;
+    bool isLeftOut = false; // the optional part under way
+    qsizetype next = 0;
+    const auto isWord = [&tokens, &next](const QString& word) {
+        return next < tokens.size() && !tokens.at(next).isQuoted && tokens.at(next).text == word;
+    };
+    for (qsizetype i = 0; i < m_elements.size(); ++i) {
+        const Element& element = m_elements.at(i);
+        const bool isAtEnd = next == tokens.size();
+        if (element.kind == Kind::OptionalEnd) {
+            isLeftOut = false;
+        } else if (isLeftOut) {
+            continue;
+        } else if (element.kind == Kind::OptionalBegin) {
+            const Element& first = m_elements.at(i + 1);
+            isLeftOut = isAtEnd || (first.kind == Kind::Word && !isWord(first.name));
+            words += isAtEnd ? wordsOf(first, catalogue) : QStringList();
+        } else if (element.kind == Kind::Rest) {
+            const QString end = wordAfter(i);
+            while (next < tokens.size() && (end.isEmpty() || !isWord(end))) {
+                ++next;
+            }
+        } else if (isAtEnd) {
+            return words + wordsOf(element, catalogue);
+        } else {
+            QString expected;
+            const bool isFitting = element.kind == Kind::Word
+                                       ? isWord(element.name)
+                                       : element.parser(tokens.at(next).text, catalogue, &expected).has_value();
+            if (!isFitting) {
+                return {};
+            }
+            ++next;
+        }
+    }
+    return next == tokens.size() ? words : QStringList();
 }
 
 bool CommandPattern::startsWith(const QStringList& words) const

@@ -16,6 +16,9 @@ using namespace parameters;
 
 namespace {
 
+/// The buttons that the power daemon knows.
+constexpr char kButtons[] = "reset_factory|seek-";
+
 void charge(ScenarioRunner& runner, int percent, std::optional<double> over)
 {
     Device& device = runner.simulator().device();
@@ -154,19 +157,19 @@ QList<Command> powerCommands()
 QList<Command> buttonCommands()
 {
     return {
-        form("press", Text{"BUTTON"})
+        form("press", Text{"BUTTON", kButtons})
             .acts("presses a button (reset_factory, seek-)", "press reset_factory",
                   [](ScenarioRunner& runner, const QString& button) { sendEvent(runner, button, true); }),
-        form("release", Text{"BUTTON"})
+        form("release", Text{"BUTTON", kButtons})
             .acts("releases it", "release reset_factory",
                   [](ScenarioRunner& runner, const QString& button) { sendEvent(runner, button, false); }),
-        form("hold", Text{"BUTTON"}, Words{"BUTTON"}, "for", seconds())
+        form("hold", Text{"BUTTON", kButtons}, Words{"BUTTON"}, "for", seconds())
             .acts("presses buttons, one after the other, and releases them after that time; the line takes as long",
                   "hold reset_factory seek- for 5.5", &hold),
         form("low-power", Switch{"SWITCH"})
             .acts("the power microcontroller's low-power line", "low-power on",
                   [](ScenarioRunner& runner, bool isOn) { sendEvent(runner, u"power|atmega_low_power"_s, isOn); }),
-        form("event", Text{"NAME"}, Switch{"VALUE"})
+        form("event", Text{"NAME", kButtons}, Switch{"VALUE"})
             .acts("sends a hardware event of that name", "event seek- on", &sendEvent),
         form("mode", Choice{"MODE", "infrastructure|access-point"})
             .acts("sets the mode selector, GPIO line 134", "mode access-point",

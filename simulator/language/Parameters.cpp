@@ -60,6 +60,30 @@ std::any findMember(const QString& text, Kind kind, const Catalogue& catalogue, 
     return found.member == nullptr ? std::any() : found;
 }
 
+/// All members of that kind, as a line names them.
+QStringList membersOf(Kind kind, const Catalogue& catalogue)
+{
+    QStringList names;
+    const auto add = [&names](const QString& prefix, const QList<MemberDescription>& members) {
+        for (const MemberDescription& member : members) {
+            names.append(prefix + member.name);
+        }
+    };
+    if (kind == Kind::Operation) {
+        add({}, catalogue.powerDaemon().methodList);
+        return names;
+    }
+    if (kind == Kind::AnySignal) {
+        add({}, catalogue.powerDaemon().signalList);
+    }
+    for (const InterfaceDescription& service : catalogue.services()) {
+        add(service.service + u'.',
+            kind == Kind::Method || kind == Kind::Any ? service.methodList : QList<MemberDescription>());
+        add(service.service + u'.', kind == Kind::Method ? QList<MemberDescription>() : service.signalList);
+    }
+    return names;
+}
+
 QString nameOf(Kind kind)
 {
     switch (kind) {
@@ -112,17 +136,23 @@ void Number::addTo(CommandPattern& pattern) const
 
 void Text::addTo(CommandPattern& pattern) const
 {
-    pattern.addValue(QString::fromLatin1(name), QString::fromLatin1(name),
-                     [](const QString& text, const Catalogue&, QString*) { return std::any(text); });
+    pattern.addValue(
+        QString::fromLatin1(name), QString::fromLatin1(name),
+        [](const QString& text, const Catalogue&, QString*) { return std::any(text); },
+        [words = QString::fromLatin1(usual)](const Catalogue&) { return words.split(u'|', Qt::SkipEmptyParts); });
 }
 
 void Switch::addTo(CommandPattern& pattern) const
 {
-    pattern.addValue(QString::fromLatin1(name), u"{on|off}"_s,
-                     [](const QString& text, const Catalogue&, QString* expected) {
-                         *expected = u"on or off"_s;
-                         return text == u"on" || text == u"off" ? std::any(text == u"on") : std::any();
-                     });
+    pattern.addValue(
+        QString::fromLatin1(name), u"{on|off}"_s,
+        [](const QString& text, const Catalogue&, QString* expected) {
+            *expected = u"on or off"_s;
+            return text == u"on" || text == u"off" ? std::any(text == u"on") : std::any();
+        },
+        [](const Catalogue&) {
+            return QStringList{u"on"_s, u"off"_s};
+        });
 }
 
 void Choice::addTo(CommandPattern& pattern) const
@@ -132,7 +162,8 @@ void Choice::addTo(CommandPattern& pattern) const
         [choices = QString::fromLatin1(words).split(u'|')](const QString& text, const Catalogue&, QString* expected) {
             *expected = choices.join(u" or "_s);
             return choices.contains(text) ? std::any(text) : std::any();
-        });
+        },
+        [choices = QString::fromLatin1(words).split(u'|')](const Catalogue&) { return choices; });
 }
 
 void Words::addTo(CommandPattern& pattern) const
@@ -142,24 +173,27 @@ void Words::addTo(CommandPattern& pattern) const
 
 void Service::addTo(CommandPattern& pattern) const
 {
-    pattern.addValue(u"SERVICE"_s, u"SERVICE"_s,
-                     [](const QString& text, const Catalogue& catalogue, QString* expected) {
-                         *expected = u"one of the services "_s + catalogue.serviceNames().join(u", "_s);
-                         return catalogue.findService(text) != nullptr ? std::any(text) : std::any();
-                     });
+    pattern.addValue(
+        u"SERVICE"_s, u"SERVICE"_s,
+        [](const QString& text, const Catalogue& catalogue, QString* expected) {
+            *expected = u"one of the services "_s + catalogue.serviceNames().join(u", "_s);
+            return catalogue.findService(text) != nullptr ? std::any(text) : std::any();
+        },
+        [](const Catalogue& catalogue) { return catalogue.serviceNames(); });
 }
 
 void Member::addTo(CommandPattern& pattern) const
 {
-    pattern.addValue(nameOf(kind), nameOf(kind),
-                     [memberKind = kind](const QString& text, const Catalogue& catalogue, QString* expected) {
-                         const bool isOfPowerDaemon = memberKind == Kind::Operation ||
-                                                      (memberKind == Kind::AnySignal &&
-                                                       catalogue.findService(text.section(u'.', 0, 0)) == nullptr);
-                         return isOfPowerDaemon
-                                    ? findOfPowerDaemon(text, memberKind == Kind::Operation, catalogue, expected)
-                                    : findMember(text, memberKind, catalogue, expected);
-                     });
+    pattern.addValue(
+        nameOf(kind), nameOf(kind),
+        [memberKind = kind](const QString& text, const Catalogue& catalogue, QString* expected) {
+            const bool isOfPowerDaemon =
+                memberKind == Kind::Operation ||
+                (memberKind == Kind::AnySignal && catalogue.findService(text.section(u'.', 0, 0)) == nullptr);
+            return isOfPowerDaemon ? findOfPowerDaemon(text, memberKind == Kind::Operation, catalogue, expected)
+                                   : findMember(text, memberKind, catalogue, expected);
+        },
+        [memberKind = kind](const Catalogue& catalogue) { return membersOf(memberKind, catalogue); });
 }
 
 } // namespace parameters

@@ -48,6 +48,7 @@ struct Text
 {
     using Type = QString;
     const char* name;
+    const char* usual = ""; ///< the usual ones, with "|" between them
     void addTo(CommandPattern& pattern) const;
 };
 

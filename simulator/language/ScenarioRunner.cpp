@@ -54,6 +54,19 @@ void ScenarioRunner::run()
     }
 }
 
+void ScenarioRunner::stop()
+{
+    m_queue.clear();
+    if (m_isBusy) {
+        finishLine();
+    }
+}
+
+QString ScenarioRunner::currentLine() const
+{
+    return m_isBusy ? m_line.text : QString();
+}
+
 bool ScenarioRunner::isIdle() const
 {
     return !m_isBusy && m_queue.isEmpty();

@@ -36,6 +36,12 @@ public:
     /// Begins with the queue; from then on, lines are carried out as they are loaded.
     void run();
 
+    /// Forgets the queue and ends the line under way; idle() follows.
+    void stop();
+
+    /// The text of the line under way; empty: there is none.
+    [[nodiscard]] QString currentLine() const;
+
     /// Whether nothing is queued or under way.
     [[nodiscard]] bool isIdle() const;
 

@@ -46,6 +46,11 @@ Simulator& Session::simulator()
     return m_simulator;
 }
 
+const Session::Settings& Session::settings() const
+{
+    return m_settings;
+}
+
 ScenarioRunner& Session::addSource()
 {
     auto* source = new ScenarioRunner(m_simulator, m_daemon.get(), this);
@@ -54,6 +59,14 @@ ScenarioRunner& Session::addSource()
         source->run();
     }
     return *source;
+}
+
+void Session::removeSource(ScenarioRunner& source)
+{
+    m_sources.removeOne(&source);
+    source.disconnect();
+    source.stop();
+    source.deleteLater(); // it may be what is telling us that it failed
 }
 
 bool Session::start(QString* error)

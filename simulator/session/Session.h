@@ -44,9 +44,13 @@ public:
     Session(Timeline& timeline, const Settings& settings, QObject* parent = nullptr);
 
     [[nodiscard]] Simulator& simulator();
+    [[nodiscard]] const Settings& settings() const;
 
     /// A new source of lines: a runner with a queue of its own. Belongs to the session.
     [[nodiscard]] ScenarioRunner& addSource();
+
+    /// Ends a source, with what it has under way. Not from one of its own lines.
+    void removeSource(ScenarioRunner& source);
 
     /// Puts the services on the bus, makes the device's files, and starts the power daemon.
     /// @return whether the services are on the bus; *error says why not

@@ -12,4 +12,7 @@ namespace eventjson {
 /// The entry as one line, without its end.
 [[nodiscard]] QByteArray toLine(const Timeline::Entry& entry);
 
+/// Its kind, e.g. "signal".
+[[nodiscard]] QLatin1StringView kindOf(const events::Event& event);
+
 } // namespace eventjson

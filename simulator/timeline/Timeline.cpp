@@ -66,9 +66,24 @@ QList<Timeline::Entry> Timeline::entries(qsizetype from, qsizetype* end) const
     return m_entries.mid(std::max<qsizetype>(0, from - m_cleared));
 }
 
+QList<Timeline::Entry> Timeline::slice(qsizetype from, qsizetype count) const
+{
+    const QMutexLocker lock(&m_mutex);
+    const qsizetype begin = std::max<qsizetype>(0, from - m_cleared);
+    return m_entries.mid(begin, std::max<qsizetype>(0, from + count - m_cleared - begin));
+}
+
 void Timeline::clear()
 {
     const QMutexLocker lock(&m_mutex);
     m_cleared += m_entries.size();
     m_entries.clear();
+}
+
+void Timeline::forgetBefore(qsizetype position)
+{
+    const QMutexLocker lock(&m_mutex);
+    const qsizetype count = std::clamp<qsizetype>(position - m_cleared, 0, m_entries.size());
+    m_entries.remove(0, count);
+    m_cleared += count;
 }

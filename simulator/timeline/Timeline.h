@@ -53,8 +53,12 @@ public:
     [[nodiscard]] qsizetype position() const;
     /// The entries from that place on, a copy; *end receives the place behind the last one.
     [[nodiscard]] QList<Entry> entries(qsizetype from = 0, qsizetype* end = nullptr) const;
+    /// At most that many entries from that place on, a copy; fewer at the end. Without those that are forgotten.
+    [[nodiscard]] QList<Entry> slice(qsizetype from, qsizetype count) const;
     /// Forgets the entries; places stay what they are.
     void clear();
+    /// Forgets the entries before that place.
+    void forgetBefore(qsizetype position);
 
 Q_SIGNALS:
     /// An event is about to be added: what is known to have come before it can still be added first. Emitted on the

@@ -16,15 +16,15 @@ public:
     /// The entry as a line without its end: seconds, kind and content in columns; empty if it is not to be shown.
     [[nodiscard]] QString format(const Timeline::Entry& entry);
 
-private:
     /// Kind and content.
     struct Columns
     {
         QString label;
         QString text;
     };
-
     [[nodiscard]] Columns columns(const events::Event& event);
+
+private:
     [[nodiscard]] QString shortened(const events::Signal& signal);
 
     QHash<QString, QVariantList> m_lastValues; ///< of each long signal
