@@ -25,7 +25,17 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// The number after "FIELD:" in a file of /proc, or at its beginning if field is empty; 0 if there is none.
+/// Called before the new program is loaded. If the machine refuses, the figures are only noisier.
+void stayOnLastCpu()
+{
+    cpu_set_t cpus;
+    CPU_ZERO(&cpus);
+    CPU_SET(static_cast<std::size_t>(sysconf(_SC_NPROCESSORS_ONLN) - 1), &cpus);
+    sched_setaffinity(0, sizeof cpus, &cpus);
+}
+
+} // namespace
+
 qint64 numberIn(const QString& path, const QByteArray& field)
 {
     QFile file(path);
@@ -37,17 +47,6 @@ qint64 numberIn(const QString& path, const QByteArray& field)
     const qsizetype at = text.indexOf(label);
     return at < 0 ? 0 : std::strtoll(text.constData() + at + label.size(), nullptr, 10);
 }
-
-/// Called before the new program is loaded. If the machine refuses, the figures are only noisier.
-void stayOnLastCpu()
-{
-    cpu_set_t cpus;
-    CPU_ZERO(&cpus);
-    CPU_SET(static_cast<std::size_t>(sysconf(_SC_NPROCESSORS_ONLN) - 1), &cpus);
-    sched_setaffinity(0, sizeof cpus, &cpus);
-}
-
-} // namespace
 
 void prepareMeasured(ChildProcess& process)
 {
@@ -122,6 +121,16 @@ qint64 Program::voluntarySwitches() const
 qint64 Program::memoryKilobytes(const QByteArray& field) const
 {
     return numberIn(folder() + u"/smaps_rollup", field);
+}
+
+qint64 Program::statusNumber(const QByteArray& field) const
+{
+    return numberIn(folder() + u"/status", field);
+}
+
+qsizetype Program::openDescriptors() const
+{
+    return QDir(folder() + u"/fd").entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
 }
 
 QString Program::folder() const

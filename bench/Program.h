@@ -12,6 +12,9 @@
 /// Prepares a program for measurement: it will run on the CPU of all measured programs.
 void prepareMeasured(ChildProcess& process);
 
+/// The number after "FIELD:" in a file of /proc, or at its beginning if field is empty; 0 if there is none.
+[[nodiscard]] qint64 numberIn(const QString& path, const QByteArray& field);
+
 /// A program under measurement: a child process that serves the power daemon's interface on the session bus. Its output
 /// is discarded. It ends with this object, or with this process, even if that crashes. All of them run on one CPU, the
 /// machine's last, so that any other load there affects them alike.
@@ -43,6 +46,9 @@ public:
     [[nodiscard]] qint64 voluntarySwitches() const;
     /// @param field line of smaps_rollup, "Pss" for example
     [[nodiscard]] qint64 memoryKilobytes(const QByteArray& field) const;
+    /// @param field line of status, "Threads" for example
+    [[nodiscard]] qint64 statusNumber(const QByteArray& field) const;
+    [[nodiscard]] qsizetype openDescriptors() const;
 
 private:
     [[nodiscard]] QString folder() const;
