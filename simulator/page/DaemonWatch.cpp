@@ -88,6 +88,9 @@ void DaemonWatch::takeLog(const QString& message, qint64 msec)
         }
     } else if (message.startsWith(u"Reading ")) {
         ++m_zoneFileReads;
+    } else if (message.startsWith(u"Setting zone ") && message.endsWith(u" params")) {
+        // At its start, the power daemon enters a zone without a signal.
+        m_zone = message.section(u' ', 2, -2);
     } else if (message.startsWith(u"Sleep ") || message.startsWith(u"Will sleep in ")) {
         static const QRegularExpression kTimes(u"startTime=([^,]*), endTime=(.*)"_s);
         static const QRegularExpression kNumber(u"(\\d+)"_s);

@@ -95,7 +95,9 @@ void DeviceView::readZones()
     if (std::exchange(m_zoneFileReads, m_daemon.zoneFileReads()) == m_daemon.zoneFileReads()) {
         return;
     }
-    m_zones = toJson(ZoneTable(parseZones(readZoneFile(m_simulator.files().zoneFile()))));
+    const QByteArray content = readZoneFile(m_simulator.files().zoneFile());
+    m_zoneFile = QString::fromUtf8(content);
+    m_zones = toJson(ZoneTable(parseZones(content)));
     m_zoneByName.clear();
     for (const QJsonValue& zone : std::as_const(m_zones)) {
         m_zoneByName.insert(zone.toObject().value(u"name"_s).toString(), zone.toObject());
@@ -163,6 +165,7 @@ void DeviceView::insertZones(QJsonObject& state) const
     const std::optional<QString> zone = m_daemon.zone();
     const QJsonObject inForce = m_zoneByName.value(zone.value_or(QString()));
     state.insert(u"zones"_s, m_zones);
+    state.insert(u"zoneFile"_s, m_zoneFile);
     state.insert(u"zone"_s, zone ? QJsonValue(*zone) : QJsonValue());
     state.insert(u"volumeCeiling"_s, inForce.isEmpty() ? QJsonValue() : inForce.value(u"volume"_s));
     state.insert(u"lightCeiling"_s, inForce.isEmpty() ? QJsonValue() : inForce.value(u"light"_s));

@@ -23,6 +23,11 @@ const groupOfKind = new Map(kindGroups.flatMap(({kinds}, index) => kinds.map(kin
 export const at = {n: 0, msec: 1, kind: 2, text: 3, extra: 4};
 const noExtra = Object.freeze({});
 
+/** Whether a row shows a call that was answered with an error or a negative status. */
+export function isFailure(row) {
+  return (row[at.kind] === "call" || row[at.kind] === "answer") && / -> (error\b|-\d)/.test(row[at.text]);
+}
+
 /** What a row says beside its text. */
 export function extraOf(row) {
   return row[at.extra] ?? noExtra;
@@ -35,6 +40,8 @@ export class Events {
   rows = [];
   /** Those that the filter lets through; the same array if it lets all through. */
   matches = this.rows;
+  /** The places of the commands among them. */
+  #commands = [];
   /** @type {Filter} */
   filter = {groups: new Set(), level: 9, service: "", text: ""};
 
@@ -50,6 +57,9 @@ export class Events {
     // One by one: an argument list has a limit.
     for (const row of rows) {
       this.rows.push(row);
+      if (row[at.kind] === "command") {
+        this.#commands.push(row[at.n]);
+      }
     }
     if (this.matches !== this.rows) {
       this.matches.push(...rows.filter(row => this.#isMatch(row)));
@@ -73,6 +83,16 @@ export class Events {
     return row?.[at.n] === n ? row : undefined;
   }
 
+  /**
+   * What a command caused: all that happened from it to the next one, which is what expectations are judged by, too.
+   * @param {number} n  place of the command, or of anything that it caused
+   * @returns {{from: number, to: number}}  places, the last one exclusive; none before the first command
+   */
+  causedBy(n) {
+    const next = lowerBound(this.#commands, n + 1, each => each);
+    return {from: this.#commands[next - 1] ?? Infinity, to: this.#commands[next] ?? Infinity};
+  }
+
   /** Where in the matches the row at that place is, or -1. */
   indexOf(n) {
     const index = lowerBound(this.matches, n);
@@ -83,6 +103,7 @@ export class Events {
     const dropped = lowerBound(this.matches, n);
     const isSame = this.matches === this.rows;
     this.rows.splice(0, lowerBound(this.rows, n));
+    this.#commands.splice(0, lowerBound(this.#commands, n, each => each));
     if (!isSame) {
       this.matches.splice(0, dropped);
     }
@@ -101,11 +122,11 @@ export class Events {
 }
 
 /** The first index whose row stands at that place or behind it. */
-function lowerBound(rows, n) {
+function lowerBound(rows, n, placeOf = row => row[at.n]) {
   let [low, high] = [0, rows.length];
   while (low < high) {
     const middle = (low + high) >> 1;
-    if (rows[middle][at.n] < n) {
+    if (placeOf(rows[middle]) < n) {
       low = middle + 1;
     } else {
       high = middle;

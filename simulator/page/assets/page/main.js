@@ -24,6 +24,8 @@ const state = new State();
 let next = 0;
 /** When the session that we know began; another one starts the page anew. */
 let sessionClock = null;
+/** Rows behind this place are of no use before the one that stands there; -1: all are welcome. */
+let awaited = -1;
 
 const stream = new Stream(`ws://${location.host}/stream`, onFrame, onConnection);
 
@@ -33,7 +35,7 @@ const stream = new Stream(`ws://${location.host}/stream`, onFrame, onConnection)
  * @param {...string} texts  values that may need quotation marks
  */
 async function control(line, ...texts) {
-  const answer = await stream.ask({run: [line, ...texts.map(quote)].join(" "), lane: "controls"});
+  const answer = await stream.ask({run: [line, ...texts.map(quote)].join(" "), now: true});
   showTrouble(answer);
 }
 
@@ -41,13 +43,13 @@ const buttons = showButtons(state, control);
 const commandLine = new CommandLine(stream);
 const timeline = new TimelineView(n => stream.send({event: n}));
 const samples = showPlots(state);
-const zoneEditor = new ZoneEditor(stream);
 const showRungs = showParts(state, control);
 const showTiles = showServices(state, control);
 const showScenarioList = showScenarios(state, stream, timeline, {next: () => next, answer: showTrouble});
 showBattery(state, control);
 showDaemon(state);
 showStore(state, control);
+void new ZoneEditor(state, stream);
 
 for (const button of document.querySelectorAll("[data-run]")) {
   button.addEventListener("click", () => control(button.dataset.run));
@@ -68,10 +70,10 @@ function announce(text) {
   setText(byId("announcer"), text);
 }
 
-/** A refused line is shown under the command line, wherever it came from; so one never misses it. */
+/** What went wrong stands at the top of the page until something goes well; what one stopped did not go wrong. */
 function showTrouble(answer) {
   const banner = byId("banner");
-  if (!answer.ok) {
+  if (!answer.ok && answer.text !== "stopped") {
     setText(banner, answer.text);
     banner.hidden = false;
   } else if (stream.isOpen) {
@@ -79,25 +81,32 @@ function showTrouble(answer) {
   }
 }
 
-function onConnection(isOpen, retryMs) {
+function onConnection(isOpen) {
   const chip = byId("connection");
   setText(chip, isOpen ? "Connected" : "Reconnecting");
   setAttribute(chip, "data-tone", isOpen ? "good" : "bad");
   document.body.classList.toggle("is-offline", !isOpen);
-  if (!isOpen) {
+  if (isOpen) {
+    awaited = -1;
+    stream.send({from: next});
+    showTrouble({ok: true});
+  } else {
     buttons.releaseAll();
     showTrouble({ok: false, text: "The connection to the simulator ended; it is tried again until it works. "
       + "If the simulator was started anew, open the address that it printed."});
-    void retryMs;
-  } else {
-    showTrouble({ok: true});
   }
 }
 
 function onHello(hello) {
   if (hello.clock !== sessionClock) {
+    const isFirst = sessionClock === null;
     sessionClock = hello.clock;
     next = 0;
+    if (!isFirst) {
+      // What comes already continues the rows of a session that is no more.
+      awaited = hello.first;
+      stream.send({from: next});
+    }
     timeline.dropBelow(Infinity);
     samples.reset();
     state.reset();
@@ -107,8 +116,16 @@ function onHello(hello) {
   showScenarioList(hello.scenarios);
   commandLine.setCommands(hello.commands);
   setText(byId("about"), [`device-simulator ${hello.version}`, hello.program, `began ${hello.clock}`].filter(Boolean).join(" · "));
-  stream.send({from: next});
-  zoneEditor.loadOnce();
+}
+
+function takeRows({events, next: following, skipped}) {
+  const isUseless = awaited >= 0 && events.length > 0 && events[0][0] > awaited && !skipped;
+  if (!isUseless) {
+    awaited = -1;
+    next = following;
+    timeline.add(events);
+    samples.addRows(events);
+  }
 }
 
 function onFrame(frame) {
@@ -119,14 +136,12 @@ function onFrame(frame) {
     state.merge(frame.state);
   }
   if (frame.events) {
-    next = frame.next;
-    timeline.add(frame.events);
-    samples.addRows(frame.events);
+    takeRows(frame);
   }
   if (frame.cleared !== undefined) {
     timeline.dropBelow(frame.cleared);
   }
-  if (frame.whole) {
+  if (frame.whole !== undefined) {
     timeline.showWhole(frame.event, frame.whole);
   }
   if (frame.ok === false && frame.text) {

@@ -78,14 +78,11 @@ function showLoad(state) {
 
 function showSleep(state, control) {
   const showCountdown = () => {
-    const {sleepWindow, now} = state.values;
-    const left = sleepWindow?.secondsLeft;
-    const text = left === null || left === undefined ? "–" : duration(left * 1000 - (state.now - now));
-    setText(byId("sleep-countdown"), text);
+    const opensMs = state.values.sleepWindow?.opensMs;
+    setText(byId("sleep-countdown"), opensMs === null || opensMs === undefined ? "–" : duration(opensMs - state.now));
   };
   state.watch(["sleepWindow"], ({sleepWindow}) => {
-    const isSet = sleepWindow && sleepWindow.isEnabled !== false;
-    setText(byId("sleep-window"), isSet ? `${sleepWindow.start} to ${sleepWindow.end}` : "none");
+    setText(byId("sleep-window"), sleepWindow ? `${sleepWindow.start} to ${sleepWindow.end}` : "none");
     showCountdown();
   });
   state.watch(["wakeUp"], ({wakeUp}) => setText(byId("wake-up"), wakeUp ? `${wakeUp} UTC` : "not set"));

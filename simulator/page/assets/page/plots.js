@@ -40,6 +40,7 @@ const cpu = [
 function drawMarks(plot, samples) {
   const {ctx, bbox} = plot;
   const pixel = devicePixelRatio;
+  const [zoneColour, commandColour] = [colour("--mark-zone"), colour("--mark-command")];
   ctx.save();
   ctx.beginPath();
   ctx.rect(bbox.left, bbox.top, bbox.width, bbox.height);
@@ -51,7 +52,7 @@ function drawMarks(plot, samples) {
       continue;
     }
     lastX = x;
-    ctx.fillStyle = colour(mark.isZone ? "--mark-zone" : "--mark-command");
+    ctx.fillStyle = mark.isZone ? zoneColour : commandColour;
     ctx.fillRect(x, bbox.top, (mark.isZone ? 2 : 1) * pixel, bbox.height);
   }
   ctx.restore();
@@ -93,7 +94,7 @@ class Plot {
    * @param {string} name           of its elements
    * @param {Line[]} lines
    * @param {Samples} samples
-   * @param {string} range         custom: y scales by name
+   * @param {object} scales        uPlot's, by name; "mhz" gets an axis at the right
    * @param {(range: {min: number, max: number}|null) => void} onZoom
    * @param {(seconds: number|null) => void} onPoint
    */

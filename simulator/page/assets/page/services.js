@@ -16,8 +16,8 @@ const states = {
 /** Faults of a reply's or a signal's values; all others are of a method's call alone. */
 const faultsOfValues = new Set(["few", "many", "types", "arrays"]);
 
-/** "status N" takes a number, "late SECONDS" too. */
-const [firstNumber, firstSeconds] = ["-1", "0.5"];
+/** What a fault's value is at first, by its word: "status STATUS", "late SECONDS". A value in brackets may be missing. */
+const firstValues = {status: "-1", late: "0.5"};
 
 class Tile {
   #service;
@@ -58,20 +58,21 @@ class Tile {
       }
     }
     const fault = make("select", {"aria-label": "Fault"});
-    const value = make("input", {type: "text", inputmode: "decimal", "aria-label": "Value of the fault", size: 6});
+    const value = make("input", {type: "text", "aria-label": "Value of the fault", size: 8, autocomplete: "off"});
     const fill = () => {
       const kind = members.find(each => each.name === member.value)?.kind;
-      const fitting = faults.filter(each => kind === "method" || faultsOfValues.has(each));
+      const fitting = faults.filter(each => kind === "method" || faultsOfValues.has(each.split(" ")[0]));
       const before = fault.value;
-      fault.replaceChildren(...fitting.map(each => make("option", {value: each, text: each})));
+      fault.replaceChildren(...fitting.map(each => make("option", {value: each, text: each.split(" ")[0]})));
       fault.value = fitting.includes(before) ? before : fitting[0] ?? "";
       showValue();
     };
     const showValue = () => {
       const [word, parameter] = fault.value.split(" ");
       value.hidden = !parameter;
-      value.required = Boolean(parameter);
-      value.value = word === "late" ? firstSeconds : firstNumber;
+      value.required = Boolean(parameter) && !parameter.startsWith("[");
+      value.placeholder = parameter?.replace(/[[\]]/g, "").toLowerCase() ?? "";
+      value.value = firstValues[word] ?? "";
     };
     member.addEventListener("change", fill);
     fault.addEventListener("change", showValue);
@@ -79,8 +80,9 @@ class Tile {
     const form = make("form", {"class": "fault-form"}, member, fault, value, make("button", {text: "Apply"}));
     form.addEventListener("submit", event => {
       event.preventDefault();
-      const [word, parameter] = fault.value.split(" ");
-      this.#control(`fail ${name}.${member.value} ${word}${parameter ? ` ${value.value.trim()}` : ""}`);
+      const [word] = fault.value.split(" ");
+      const texts = value.hidden || value.value.trim() === "" ? [] : [value.value.trim()];
+      this.#control(`fail ${name}.${member.value} ${word}`, ...texts);
     });
     return form;
   }
@@ -115,7 +117,7 @@ class Tile {
 
 /**
  * @param {import("./state.js").State} state
- * @param {(line: string) => void} control
+ * @param {(line: string, ...texts: string[]) => void} control
  * @returns {(hello: object) => void}  to call with the services, once they are known
  */
 export function showServices(state, control) {

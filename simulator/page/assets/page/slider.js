@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
 
-// A scale from 0 to 100 that one drags: mouse, finger, or keys. The look is the style sheet's, from the custom property --at.
+// A scale from 0 to 100 that one drags: mouse, finger, or keys. The look is the style sheet's: it has the value as the custom
+// property --at, and says with --inset how far from the edges 0 and 100 are.
 
 import {clamp, setAttribute} from "./dom.js";
 
@@ -48,7 +49,8 @@ export class Slider {
 
   #valueAt(event) {
     const box = this.#element.getBoundingClientRect();
-    return Math.round(clamp((event.clientX - box.left) / box.width, 0, 1) * 100);
+    const inset = parseFloat(getComputedStyle(this.#element).getPropertyValue("--inset"));
+    return Math.round(clamp((event.clientX - box.left - inset) / (box.width - 2 * inset), 0, 1) * 100);
   }
 
   #onDown(event) {

@@ -22,7 +22,7 @@ export class Stream {
   /**
    * @param {string} url
    * @param {(frame: object) => void} onFrame     every frame that answers no question
-   * @param {(isOpen: boolean, retryMs: number) => void} onChange  it opened, or ended and is tried again in that time
+   * @param {(isOpen: boolean) => void} onChange  it opened, or ended and will be tried again
    */
   constructor(url, onFrame, onChange) {
     this.#url = url;
@@ -67,7 +67,7 @@ export class Stream {
     this.#socket = socket;
     socket.addEventListener("open", () => {
       this.#delayMs = firstDelayMs;
-      this.#onChange(true, 0);
+      this.#onChange(true);
     });
     socket.addEventListener("message", event => this.#receive(JSON.parse(event.data)));
     socket.addEventListener("close", () => this.#onClosed());
@@ -82,7 +82,7 @@ export class Stream {
     const delayMs = this.#delayMs * (0.9 + 0.2 * Math.random());
     this.#delayMs = Math.min(longestDelayMs, this.#delayMs * 2);
     this.#timer = setTimeout(() => this.#open(), delayMs);
-    this.#onChange(false, delayMs);
+    this.#onChange(false);
   }
 
   #retryNow() {

@@ -4,7 +4,7 @@
 // The timeline: a list of any length of which only the visible rows exist.
 
 import {byId, clamp, make, setAttribute, setText} from "./dom.js";
-import {at, Events, extraOf, kindGroups} from "./events.js";
+import {at, Events, extraOf, isFailure, kindGroups} from "./events.js";
 import {count, seconds} from "./format.js";
 import {wholeEvent} from "./whole-event.js";
 
@@ -81,10 +81,11 @@ export class TimelineView {
     this.#schedule();
   }
 
-  /** Shows the whole event that was asked for. */
+  /** Shows the whole event that was asked for; null: it is no longer kept. */
   showWhole(n, whole) {
     if (n === this.#openN && this.#detail) {
-      this.#detail.querySelector(".detail-cell").replaceChildren(wholeEvent(whole));
+      this.#detail.querySelector(".detail-cell").replaceChildren(whole
+        ? wholeEvent(whole) : make("p", {"class": "muted", text: "The simulator no longer has this event"}));
       this.#measureDetail();
     }
   }
@@ -163,9 +164,10 @@ export class TimelineView {
     const last = Math.min(matches.length, this.#indexAt(scrollTop + clientHeight, openIndex) + 1 + spareRows);
     this.#fitPool(last - first);
     const size = this.#pool.length;
-    const cause = this.#causeOf(this.#pointedN >= 0 ? this.#pointedN : document.activeElement === this.#host ? this.#activeN : -1);
+    const pointed = this.#pointedN >= 0 ? this.#pointedN : document.activeElement === this.#host ? this.#activeN : -1;
+    const caused = pointed < 0 ? {from: Infinity, to: Infinity} : this.#events.causedBy(pointed);
     for (let index = first; index < last; index += 1) {
-      this.#drawRow(this.#pool[index % size], matches[index], index, openIndex, cause);
+      this.#drawRow(this.#pool[index % size], matches[index], index, openIndex, caused);
     }
     for (let spare = last; spare < first + size; spare += 1) {
       this.#pool[spare % size].hidden = true;
@@ -195,14 +197,14 @@ export class TimelineView {
     }
   }
 
-  #drawRow(element, row, index, openIndex, cause) {
+  #drawRow(element, row, index, openIndex, caused) {
     const n = row[at.n];
     if (element.dataset.n !== String(n)) {
       const extra = extraOf(row);
       const kind = row[at.kind];
       element.dataset.n = n;
       element.dataset.kind = kind;
-      element.dataset.tone = extra.failed ? "bad" : kind === "log" ? `log-${extra.level}` : "";
+      element.dataset.tone = isFailure(row) ? "bad" : kind === "log" ? `log-${extra.level}` : "";
       const [time, label, text] = element.children;
       time.textContent = seconds(row[at.msec]);
       label.textContent = kind === "log" ? `log ${extra.level ?? ""}` : kind;
@@ -213,13 +215,7 @@ export class TimelineView {
     setAttribute(element, "aria-rowindex", index + 1);
     setAttribute(element, "aria-expanded", index === openIndex);
     element.classList.toggle("is-active", n === this.#activeN);
-    element.classList.toggle("is-caused", cause >= 0 && (n === cause || extraOf(row).cause === cause));
-  }
-
-  /** The place of the command that caused the row, which may be the row itself; -1 if there is none. */
-  #causeOf(n) {
-    const row = n < 0 ? undefined : this.#events.find(n);
-    return row === undefined ? -1 : row[at.kind] === "command" ? n : extraOf(row).cause ?? -1;
+    element.classList.toggle("is-caused", n >= caused.from && n < caused.to);
   }
 
   // ---- Choosing and opening

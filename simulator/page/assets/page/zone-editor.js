@@ -13,36 +13,34 @@ export class ZoneEditor {
   #text = byId("zones-text");
   #timer = 0;
   #asked = 0;
-  #isLoaded = false;
+  /** The device's zone file as it was put into the editor; null: not yet. */
+  #loaded = null;
   #findings = [];
+  #state;
 
-  /** @param {import("./stream.js").Stream} stream */
-  constructor(stream) {
+  /**
+   * @param {import("./state.js").State} state
+   * @param {import("./stream.js").Stream} stream
+   */
+  constructor(state, stream) {
+    this.#state = state;
     this.#stream = stream;
+    // What one has written stays; an editor that was not touched follows the device.
+    state.watch(["zoneFile"], () => (this.#loaded === null || this.#text.value === this.#loaded) && this.#load());
     this.#text.addEventListener("input", () => this.#checkSoon());
     this.#text.addEventListener("scroll", () => this.#followScroll(), {passive: true});
-    byId("zones-reload").addEventListener("click", () => this.load());
+    byId("zones-reload").addEventListener("click", () => this.#load());
     byId("zones-install").addEventListener("click", () => this.#install());
   }
 
-  /** Fetches the device's zone file, once; what one has written meanwhile stays. */
-  async loadOnce() {
-    if (!this.#isLoaded) {
-      await this.load();
-    }
-  }
-
-  async load() {
-    const answer = await this.#stream.ask({zoneFile: true});
-    if (answer.ok) {
-      this.#isLoaded = true;
-      this.#text.value = answer.text;
-      this.#text.setSelectionRange(0, 0);
-      this.#text.scrollTop = 0;
-      await this.#check();
-    } else {
-      this.#say(answer.text, "bad");
-    }
+  /** Puts the device's zone file into the editor. */
+  #load() {
+    this.#text.value = this.#state.values.zoneFile ?? "";
+    this.#loaded = this.#text.value; // with the line ends that the editor gives it
+    this.#text.setSelectionRange(0, 0);
+    this.#text.scrollTop = 0;
+    this.#showGutter();
+    this.#check();
   }
 
   #say(text, tone) {
