@@ -50,7 +50,7 @@ private:
     CpuLoad m_cpuLoad;
     double m_loadPercent = 0;
     int m_userData = 0;
-    QString m_record; ///< the reason record; null: there is none
+    QString m_record;   ///< the reason record; null: there is none
     QString m_zoneFile; ///< its text, as the power daemon has read it
     QJsonArray m_zones;
     QHash<QString, QJsonObject> m_zoneByName;
