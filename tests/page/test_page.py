@@ -256,7 +256,9 @@ class Timeline(PageTest):
 
         browser.actions().move_to_element(browser.find(f".row[data-n='{signal}']")).perform()
         until(lambda: browser.all(f".row.is-caused[data-n='{command}']"), "the command to be highlighted")
-        self.assertTrue(browser.all(f".row.is-caused[data-n='{signal}']"))
+        highlighted = [int(row.get_attribute("data-n")) for row in browser.all(".row.is-caused")]
+        self.assertIn(signal, highlighted)
+        self.assertEqual(min(highlighted), command)  # nothing from before it
 
     def test_filters_pause_clear_and_download(self):
         browser.run("charge 60")
