@@ -7,6 +7,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cstdio>
 #include <utility>
@@ -95,6 +96,15 @@ bool Program::readOptions()
     m_isJson = m_options.isSet(u"json"_s);
     if (!isNumber || m_format.maxLogLevel < 0 || m_format.maxLogLevel > 9) {
         printError(u"--level: found \""_s + level + u"\", expected a log level, 0 to 9"_s);
+        return false;
+    }
+    (void)m_options.value(u"port"_s).toUShort(&isNumber);
+    if (!isNumber) {
+        printError(u"--port: found \""_s + m_options.value(u"port"_s) + u"\", expected a number from 0 to 65535"_s);
+        return false;
+    }
+    if (m_options.isSet(u"scenarios"_s) && !QFileInfo(m_options.value(u"scenarios"_s)).isDir()) {
+        printError(u"--scenarios: found \""_s + m_options.value(u"scenarios"_s) + u"\", expected a folder"_s);
         return false;
     }
     const QStringList without = m_options.values(u"without"_s);

@@ -285,6 +285,7 @@ quint16 HttpServer::port() const
 
 void HttpServer::acceptConnections()
 {
+    run(); // connections that have ended make room
     // Some at a time: the session goes on even if they keep coming.
     for (int i = 0; i < kMostConnections; ++i) {
         sockaddr_in address = {};

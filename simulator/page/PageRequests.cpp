@@ -4,6 +4,7 @@
 
 #include "Completion.h"
 #include "DeviceView.h"
+#include "ScenarioWriter.h"
 #include "ZoneLinter.h"
 #include "ZoneReader.h"
 
@@ -41,14 +42,15 @@ struct PageRequests::Kind
     bool hasFile = false; ///< its frame may be as long as a zone file
 };
 
-PageRequests::PageRequests(Session& session, RowLog& rows, const ScenarioFolder& scenarios, QObject* parent)
+PageRequests::PageRequests(const Common& common, QObject* parent)
     : QObject(parent),
-      m_session(session),
-      m_rows(rows),
-      m_scenarios(scenarios),
-      m_lines(session),
-      m_controls(session),
-      m_scenario(session)
+      m_session(common.session),
+      m_rows(common.rows),
+      m_history(common.history),
+      m_scenarios(common.scenarios),
+      m_lines(common.session),
+      m_controls(common.session),
+      m_scenario(common.session)
 {
     for (TabSource* source : {&m_lines, &m_controls, &m_scenario}) {
         connect(source, &TabSource::done, this, &PageRequests::answer);
@@ -193,7 +195,35 @@ void PageRequests::installZones(const QJsonObject& request)
 
 void PageRequests::saveScenario(const QJsonObject& request)
 {
-    answer(request.value(u"id"_s), false, u"not yet"_s);
+    const QJsonObject wish = request.value(u"saveScenario"_s).toObject();
+    const qint64 from = wholeNumber(wish.value(u"from"_s)).value_or(0);
+    const qint64 to = wholeNumber(wish.value(u"to"_s)).value_or(0);
+    const QString name = wish.value(u"name"_s).toString();
+    QString error;
+    if (!ScenarioFolder::isName(name, &error)) {
+        answer(request.value(u"id"_s), false, error);
+        return;
+    }
+    m_rows.update();
+    const std::optional<DeviceHistory::Moment> begin = m_history.atOrAfter(static_cast<qsizetype>(from));
+    ScenarioWriter writer(begin.value_or(DeviceHistory::Moment()), m_session.settings().daemon.has_value());
+    // The command that it begins with may be forgotten, as a row or as a moment.
+    qsizetype place = begin && begin->place >= m_rows.first() ? begin->place : m_rows.next();
+    while (place <= to && place < m_rows.next()) {
+        qsizetype at = place;
+        const QList<QByteArray> lines = m_rows.wholeLines(&place).split('\n');
+        for (const QByteArray& line : lines) {
+            if (at++ <= to && !line.isEmpty()) {
+                writer.take(QJsonDocument::fromJson(line).object());
+            }
+        }
+    }
+    if (!writer.hasCommands()) {
+        error = u"found no command among the rows from "_s + QString::number(from) + u" to "_s + QString::number(to) +
+                u", expected one"_s;
+    }
+    const bool isWritten = writer.hasCommands() && m_scenarios.write(name, writer.text(m_history.present()), &error);
+    answer(request.value(u"id"_s), isWritten, isWritten ? name + u".scenario"_s : error);
 }
 
 void PageRequests::clear(const QJsonObject& request)

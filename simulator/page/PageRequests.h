@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "DeviceHistory.h"
 #include "RowLog.h"
 #include "ScenarioFolder.h"
 #include "Session.h"
@@ -18,8 +19,16 @@ class PageRequests : public QObject
     Q_OBJECT
 
 public:
-    /// @param session, rows, scenarios must outlive it
-    PageRequests(Session& session, RowLog& rows, const ScenarioFolder& scenarios, QObject* parent = nullptr);
+    /// What all tabs share. All of it must outlive the requests.
+    struct Common
+    {
+        Session& session;
+        RowLog& rows;
+        const DeviceHistory& history;
+        const ScenarioFolder& scenarios;
+    };
+
+    explicit PageRequests(const Common& common, QObject* parent = nullptr);
 
     void take(const QByteArray& frame);
 
@@ -57,6 +66,7 @@ private:
 
     Session& m_session;
     RowLog& m_rows;
+    const DeviceHistory& m_history;
     const ScenarioFolder& m_scenarios;
     TabSource m_lines;    ///< the command line's
     TabSource m_controls; ///< what does not wait for the lines: buttons, sliders

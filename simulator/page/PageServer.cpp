@@ -61,6 +61,7 @@ PageServer::PageServer(Session& session, const Settings& settings, QObject* pare
       m_http([this](const HttpRequest& request) { return handle(request); }),
       m_rows(session.simulator().timeline()),
       m_device(session),
+      m_history(session),
       m_scenarios(settings.scenarioFolder),
       m_begin(QDateTime::currentDateTimeUtc().addMSecs(-session.simulator().timeline().elapsedMs())),
       m_showTimer(this),
@@ -95,6 +96,11 @@ bool PageServer::start(QString* error)
 QString PageServer::address() const
 {
     return u"http://127.0.0.1:"_s + QString::number(m_http.port()) + u"/?token="_s + QString::fromLatin1(m_token);
+}
+
+qsizetype PageServer::tabCount() const
+{
+    return m_tabs.size();
 }
 
 HttpReply PageServer::handle(const HttpRequest& request)
@@ -163,7 +169,7 @@ HttpReply PageServer::stream(const HttpRequest& request)
 
 void PageServer::addTab(UpgradedConnection connection)
 {
-    auto* tab = new Tab(std::move(connection), m_session, m_rows, m_scenarios, this);
+    auto* tab = new Tab(std::move(connection), {m_session, m_rows, m_history, m_scenarios}, this);
     connect(tab, &Tab::due, this, &PageServer::showSoon);
     connect(tab, &Tab::arrived, this, [this] { m_showTimer.start(0ms); });
     connect(tab, &Tab::clearRequested, this, &PageServer::clear);
@@ -204,6 +210,7 @@ void PageServer::showSoon()
 void PageServer::show()
 {
     m_rows.update();
+    dropStalled();
     const QJsonObject state = m_device.state();
     bool isMoreToCome = false;
     for (Tab* tab : std::as_const(m_tabs)) {
@@ -218,10 +225,14 @@ void PageServer::show()
 void PageServer::onSecond()
 {
     m_device.refresh();
+    showSoon();
+}
+
+void PageServer::dropStalled()
+{
     for (Tab* tab : std::as_const(m_tabs)) {
         tab->dropIfStalled(m_settings.patience.count()); // closed() comes later
     }
-    showSoon();
 }
 
 void PageServer::clear()

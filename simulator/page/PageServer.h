@@ -3,6 +3,7 @@
 #pragma once
 
 #include "AccessRules.h"
+#include "DeviceHistory.h"
 #include "DeviceView.h"
 #include "HttpServer.h"
 #include "RowLog.h"
@@ -46,6 +47,8 @@ public:
 
     /// The address that opens it, with its token.
     [[nodiscard]] QString address() const;
+    /// Open tabs.
+    [[nodiscard]] qsizetype tabCount() const;
 
 private:
     Q_DISABLE_COPY_MOVE(PageServer)
@@ -61,6 +64,7 @@ private:
     void showSoon();
     void show();
     void onSecond();
+    void dropStalled();
     void clear();
     [[nodiscard]] QByteArray hello() const;
 
@@ -71,6 +75,7 @@ private:
     HttpServer m_http;
     RowLog m_rows;
     DeviceView m_device;
+    DeviceHistory m_history;
     ScenarioFolder m_scenarios;
     QDateTime m_begin;  ///< time 0 of the timeline, UTC
     QList<Tab*> m_tabs; ///< children

@@ -17,9 +17,6 @@ namespace {
 /// Rows of a block.
 constexpr qsizetype kBlockSize = 256;
 
-/// Events that stay in the timeline: what expectations are judged by.
-constexpr qsizetype kTail = 10'000;
-
 /// The fastest one: rows resemble each other, and shrink to a tenth all the same.
 constexpr int kCompression = 1;
 
@@ -47,7 +44,9 @@ qsizetype lineBegin(const QByteArray& lines, qsizetype number)
 
 } // namespace
 
-RowLog::RowLog(Timeline& timeline) : m_timeline(timeline) {}
+RowLog::RowLog(Timeline& timeline) : RowLog(timeline, Limits()) {}
+
+RowLog::RowLog(Timeline& timeline, const Limits& limits) : m_timeline(timeline), m_limits(limits) {}
 
 qsizetype RowLog::first() const
 {
@@ -61,7 +60,7 @@ qsizetype RowLog::next() const
 
 bool RowLog::isDue() const
 {
-    return m_timeline.size() >= kTail + 2 * kBlockSize;
+    return m_timeline.size() >= m_limits.tail + 2 * kBlockSize;
 }
 
 void RowLog::update()
@@ -93,6 +92,9 @@ void RowLog::append(qsizetype place, const Timeline::Entry& entry)
     if (!service.isEmpty()) {
         extra.insert(u"service"_s, service);
     }
+    if (const std::optional<qsizetype> cause = m_causes.causeOf(place, entry)) {
+        extra.insert(u"cause"_s, static_cast<qint64>(*cause));
+    }
     const QJsonArray row{static_cast<qint64>(place), entry.msec, QString(eventjson::kindOf(entry.event)),
                          m_text.columns(entry.event).text, extra};
     Block& block = m_blocks.last();
@@ -102,7 +104,7 @@ void RowLog::append(qsizetype place, const Timeline::Entry& entry)
 
 void RowLog::pack()
 {
-    while (m_timeline.size() >= kTail + kBlockSize && m_packed < m_blocks.size() &&
+    while (m_timeline.size() >= m_limits.tail + kBlockSize && m_packed < m_blocks.size() &&
            m_blocks.at(m_packed).count == kBlockSize) {
         Block& block = m_blocks[m_packed++];
         block.wholes = qCompress(wholesOf(block), kCompression);
@@ -110,7 +112,7 @@ void RowLog::pack()
         block.isPacked = true;
         m_timeline.forgetBefore(block.first + block.count);
     }
-    while (m_packed > 0 && m_next - m_blocks.constFirst().first > kMostRows) {
+    while (m_packed > 0 && m_next - m_blocks.constFirst().first > m_limits.rows) {
         m_blocks.removeFirst();
         --m_packed;
     }

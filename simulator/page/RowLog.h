@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "CauseFinder.h"
 #include "TimelineText.h"
 
 #include <QByteArray>
@@ -24,8 +25,15 @@ public:
         qsizetype skipped = 0; ///< rows asked for that are forgotten
     };
 
+    struct Limits
+    {
+        qsizetype tail = 10'000;  ///< events that stay in the timeline: what expectations are judged by
+        qsizetype rows = 200'000; ///< that are kept, about
+    };
+
     /// @param timeline must outlive it
     explicit RowLog(Timeline& timeline);
+    RowLog(Timeline& timeline, const Limits& limits);
 
     /// The oldest row that is kept.
     [[nodiscard]] qsizetype first() const;
@@ -48,9 +56,6 @@ public:
     /// Forgets all rows.
     void clear();
 
-    /// Rows that are kept, about.
-    static constexpr qsizetype kMostRows = 200'000;
-
 private:
     struct Block
     {
@@ -67,7 +72,9 @@ private:
     [[nodiscard]] QByteArray wholesOf(const Block& block) const;
 
     Timeline& m_timeline;
+    Limits m_limits;
     TimelineText m_text;
+    CauseFinder m_causes;
     QList<Block> m_blocks;  ///< all full but the last one
     qsizetype m_packed = 0; ///< blocks that are packed, the first ones
     qsizetype m_next = 0;

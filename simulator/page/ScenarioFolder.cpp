@@ -47,11 +47,19 @@ std::optional<QString> ScenarioFolder::read(const QString& name, QString* error)
     return QString::fromUtf8(content);
 }
 
+bool ScenarioFolder::isName(const QString& name, QString* error)
+{
+    static const QRegularExpression kName(u"\\A[a-z0-9-]{1,40}\\z"_s);
+    const bool isGood = kName.match(name).hasMatch();
+    if (!isGood) {
+        *error = u"found the name \""_s + name + u"\", expected 1 to 40 small letters, digits and \"-\""_s;
+    }
+    return isGood;
+}
+
 bool ScenarioFolder::write(const QString& name, const QString& text, QString* error) const
 {
-    static const QRegularExpression kName(u"^[a-z0-9-]{1,40}$"_s, QRegularExpression::DontCaptureOption);
-    if (!kName.match(name).hasMatch() || name.contains(u'\n')) {
-        *error = u"found the name \""_s + name + u"\", expected 1 to 40 small letters, digits and \"-\""_s;
+    if (!isName(name, error)) {
         return false;
     }
     if (m_path.isEmpty()) {

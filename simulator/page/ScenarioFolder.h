@@ -20,6 +20,9 @@ public:
     /// @return nothing if there is no such file or it can't be read: *error says so
     [[nodiscard]] std::optional<QString> read(const QString& name, QString* error) const;
 
+    /// Whether a new file may have that name, without its ending; if not, *error says so.
+    [[nodiscard]] static bool isName(const QString& name, QString* error);
+
     /// Writes a new file. @param name without its ending: small letters, digits and "-"
     /// @return whether that went well; *error says what did not
     [[nodiscard]] bool write(const QString& name, const QString& text, QString* error) const;

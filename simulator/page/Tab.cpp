@@ -14,17 +14,14 @@ namespace {
 constexpr qsizetype kMostUnsent = 256 * 1024;
 
 /// Rows of a frame.
-constexpr qsizetype kMostRowBytes = 256 * 1024;
+constexpr qsizetype kMostRowBytes = 1024 * 1024;
 
 constexpr quint16 kGoingAway = 1001;
 
 } // namespace
 
-Tab::Tab(UpgradedConnection connection, Session& session, RowLog& rows, const ScenarioFolder& scenarios,
-         QObject* parent)
-    : QObject(parent),
-      m_socket(std::move(connection), PageRequests::kMostBytesWithFile),
-      m_requests(session, rows, scenarios)
+Tab::Tab(UpgradedConnection connection, const PageRequests::Common& common, QObject* parent)
+    : QObject(parent), m_socket(std::move(connection), PageRequests::kMostBytesWithFile), m_requests(common)
 {
     connect(&m_socket, &WebSocket::received, &m_requests, &PageRequests::take);
     connect(&m_socket, &WebSocket::closed, this, &Tab::closed);

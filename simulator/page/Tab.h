@@ -22,8 +22,7 @@ public:
         const QJsonObject& state;
     };
 
-    Tab(UpgradedConnection connection, Session& session, RowLog& rows, const ScenarioFolder& scenarios,
-        QObject* parent = nullptr);
+    Tab(UpgradedConnection connection, const PageRequests::Common& common, QObject* parent = nullptr);
 
     /// Sends what the tab does not have yet. @param hello for its first time
     void show(const News& news, const QByteArray& hello);

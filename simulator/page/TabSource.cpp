@@ -46,7 +46,8 @@ void TabSource::stop()
     const QQueue<Lines> waiting = std::exchange(m_waiting, {});
     if (m_isBusy) {
         m_failure = u"stopped"_s;
-        m_runner->stop(); // onIdle() follows
+        m_runner->stop();
+        onIdle();
     }
     for (const Lines& lines : waiting) {
         Q_EMIT done(lines.id, false, u"stopped"_s);

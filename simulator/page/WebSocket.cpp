@@ -5,6 +5,7 @@
 #include <QCryptographicHash>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -127,7 +128,8 @@ qsizetype WebSocket::unsentBytes() const
 
 qint64 WebSocket::stalledMs() const
 {
-    return unsentBytes() > 0 ? m_stalled.elapsed() : 0;
+    const bool isLeaving = m_isDraining || wslay_event_get_close_sent(m_context) != 0;
+    return unsentBytes() > 0 || isLeaving ? m_stalled.elapsed() : 0;
 }
 
 void WebSocket::close(quint16 status, const QByteArray& reason)
@@ -154,6 +156,10 @@ void WebSocket::read()
     if (m_isClosed) {
         return;
     }
+    if (m_isDraining) {
+        drain();
+        return;
+    }
     m_readBudget = kReadBudget;
     m_isInLibrary = true;
     const bool isRead = wslay_event_recv(m_context) == 0;
@@ -170,13 +176,39 @@ void WebSocket::write()
     if (m_isClosed || m_isInLibrary) {
         return; // read() goes on
     }
-    if (wslay_event_send(m_context) != 0 ||
-        (wslay_event_want_read(m_context) == 0 && wslay_event_want_write(m_context) == 0)) {
+    if (m_isDraining) {
+        return;
+    }
+    if (wslay_event_send(m_context) != 0) {
         drop();
+        return;
+    }
+    if (wslay_event_want_read(m_context) == 0 && wslay_event_want_write(m_context) == 0) {
+        m_isDraining = true;
+        m_writable.setEnabled(false);
+        (void)::shutdown(m_connection.descriptor, SHUT_WR);
+        drain();
         return;
     }
     m_readable.setEnabled(wslay_event_want_read(m_context) != 0);
     m_writable.setEnabled(wslay_event_want_write(m_context) != 0);
+}
+
+void WebSocket::drain()
+{
+    std::array<char, 64 * 1024> ignored = {};
+    ssize_t length = 0;
+    for (qsizetype left = kReadBudget; left > 0; left -= length) {
+        length = ::recv(m_connection.descriptor, ignored.data(), ignored.size(), 0);
+        if (length <= 0) {
+            break;
+        }
+    }
+    if (length == 0 || (length < 0 && errno != EAGAIN && errno != EINTR)) {
+        drop();
+    } else {
+        m_readable.setEnabled(true);
+    }
 }
 
 QByteArray WebSocket::acceptOf(const QByteArray& key)

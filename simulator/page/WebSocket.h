@@ -29,7 +29,8 @@ public:
     void send(const QByteArray& text);
     /// What waits for the socket.
     [[nodiscard]] qsizetype unsentBytes() const;
-    /// For how long the socket has taken nothing of what waits; 0 if nothing waits.
+    /// For how long the socket has taken nothing of what waits, or the peer has not answered the close; 0 if nothing is
+    /// waited for.
     [[nodiscard]] qint64 stalledMs() const;
     /// Asks the peer to close. @param status of the protocol, e.g. 1001
     void close(quint16 status, const QByteArray& reason);
@@ -51,6 +52,9 @@ private:
 
     void read();
     void write();
+    /// Waits for the peer's end, and ignores what comes before it: closed with something unread, the connection could
+    /// lose what was sent last.
+    void drain();
 
     UpgradedConnection m_connection;
     wslay_event_context* m_context = nullptr;
@@ -59,5 +63,6 @@ private:
     qsizetype m_readBudget = 0; ///< bytes that may still be read before others have their turn
     QElapsedTimer m_stalled;    ///< runs while bytes wait
     bool m_isInLibrary = false;
+    bool m_isDraining = false; ///< all is said; see drain()
     bool m_isClosed = false;
 };
