@@ -163,12 +163,12 @@ void DeviceView::insertParts(QJsonObject& state) const
 void DeviceView::insertZones(QJsonObject& state) const
 {
     const std::optional<QString> zone = m_daemon.zone();
-    const QJsonObject inForce = m_zoneByName.value(zone.value_or(QString()));
+    const QJsonObject zoneInForce = m_zoneByName.value(zone.value_or(QString()));
     state.insert(u"zones"_s, m_zones);
     state.insert(u"zoneFile"_s, m_zoneFile);
     state.insert(u"zone"_s, zone ? QJsonValue(*zone) : QJsonValue());
-    state.insert(u"volumeCeiling"_s, inForce.isEmpty() ? QJsonValue() : inForce.value(u"volume"_s));
-    state.insert(u"lightCeiling"_s, inForce.isEmpty() ? QJsonValue() : inForce.value(u"light"_s));
+    state.insert(u"volumeCeiling"_s, zoneInForce.isEmpty() ? QJsonValue() : zoneInForce.value(u"volume"_s));
+    state.insert(u"lightCeiling"_s, zoneInForce.isEmpty() ? QJsonValue() : zoneInForce.value(u"light"_s));
 }
 
 void DeviceView::insertLines(QJsonObject& state) const
