@@ -177,6 +177,7 @@ void PageServer::addTab(UpgradedConnection connection)
     m_tabs.append(tab);
     if (m_tabs.size() == 1) {
         m_device.refresh();
+        m_scenarioNames = QJsonArray::fromStringList(m_scenarios.names());
         m_secondTimer.start();
     }
 }
@@ -211,7 +212,8 @@ void PageServer::show()
 {
     m_rows.update();
     dropStalled();
-    const QJsonObject state = m_device.state();
+    QJsonObject state = m_device.state();
+    state.insert(u"scenarios"_s, m_scenarioNames);
     bool isMoreToCome = false;
     for (Tab* tab : std::as_const(m_tabs)) {
         tab->show({m_rows, state}, tab->isGreeted() ? QByteArray() : hello());
@@ -225,6 +227,7 @@ void PageServer::show()
 void PageServer::onSecond()
 {
     m_device.refresh();
+    m_scenarioNames = QJsonArray::fromStringList(m_scenarios.names());
     showSoon();
 }
 

@@ -12,6 +12,7 @@
 
 #include <QByteArray>
 #include <QHash>
+#include <QJsonArray>
 #include <QList>
 #include <QObject>
 #include <QTimer>
@@ -77,8 +78,9 @@ private:
     DeviceView m_device;
     DeviceHistory m_history;
     ScenarioFolder m_scenarios;
-    QDateTime m_begin;  ///< time 0 of the timeline, UTC
-    QList<Tab*> m_tabs; ///< children
+    QJsonArray m_scenarioNames; ///< at the last second
+    QDateTime m_begin;          ///< time 0 of the timeline, UTC
+    QList<Tab*> m_tabs;         ///< children
     QTimer m_showTimer;
     QTimer m_secondTimer; ///< runs while a tab is open
 };

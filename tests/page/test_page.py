@@ -388,6 +388,29 @@ class Zones(PageTest):
 
 
 class Scenarios(PageTest):
+    def test_what_was_done_is_saved_and_plays_again(self):
+        browser.click("#save-mark")
+        browser.run("charge 30")
+        browser.until_text("#zone-text", "Low")
+        browser.until_text("#volume-text", "80")
+        browser.run("charge 10")
+        browser.until_text("#zone-text", "Critical")
+        browser.until_text("#volume-text", "40")
+        browser.type("#save-name", "just-now")
+        browser.click("#save-form button:not([type])")
+        until(lambda: browser.all("[data-scenario='just-now.scenario']"), "the saved scenario in the list")
+        text = pathlib.Path(scenarios, "just-now.scenario").read_text(encoding="utf-8")
+        self.assertIn("charge 30", text)
+        self.assertIn("expect signal PowerZoneChanged Low", text)
+
+        browser.run("charge 90")
+        browser.run("volume 90")
+        browser.until_text("#zone-text", "Normal")
+        browser.click("[data-scenario='just-now.scenario'] button")
+        browser.until_text("#zone-text", "Critical")
+        browser.until_text("#scenario-state", "")
+        self.assertTrue(browser.eval("return document.querySelector('#banner').hidden"), browser.text("#banner"))
+
     def test_scenario_is_played_and_stopped(self):
         browser.click("[data-scenario='long.scenario'] button")
         until(lambda: "wait 600" in browser.text("#scenario-state"), "the scenario under way")

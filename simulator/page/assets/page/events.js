@@ -40,8 +40,6 @@ export class Events {
   rows = [];
   /** Those that the filter lets through; the same array if it lets all through. */
   matches = this.rows;
-  /** The places of the commands among them. */
-  #commands = [];
   /** @type {Filter} */
   filter = {groups: new Set(), level: 9, service: "", text: ""};
 
@@ -57,9 +55,6 @@ export class Events {
     // One by one: an argument list has a limit.
     for (const row of rows) {
       this.rows.push(row);
-      if (row[at.kind] === "command") {
-        this.#commands.push(row[at.n]);
-      }
     }
     if (this.matches !== this.rows) {
       this.matches.push(...rows.filter(row => this.#isMatch(row)));
@@ -83,14 +78,10 @@ export class Events {
     return row?.[at.n] === n ? row : undefined;
   }
 
-  /**
-   * What a command caused: all that happened from it to the next one, which is what expectations are judged by, too.
-   * @param {number} n  place of the command, or of anything that it caused
-   * @returns {{from: number, to: number}}  places, the last one exclusive; none before the first command
-   */
-  causedBy(n) {
-    const next = lowerBound(this.#commands, n + 1, each => each);
-    return {from: this.#commands[next - 1] ?? Infinity, to: this.#commands[next] ?? Infinity};
+  /** The place of the command that the event at that place came of, which may be the command itself; -1: of none. */
+  causeOf(n) {
+    const row = this.find(n);
+    return row === undefined ? -1 : row[at.kind] === "command" ? n : extraOf(row).cause ?? -1;
   }
 
   /** Where in the matches the row at that place is, or -1. */
@@ -103,7 +94,6 @@ export class Events {
     const dropped = lowerBound(this.matches, n);
     const isSame = this.matches === this.rows;
     this.rows.splice(0, lowerBound(this.rows, n));
-    this.#commands.splice(0, lowerBound(this.#commands, n, each => each));
     if (!isSame) {
       this.matches.splice(0, dropped);
     }
@@ -122,11 +112,11 @@ export class Events {
 }
 
 /** The first index whose row stands at that place or behind it. */
-function lowerBound(rows, n, placeOf = row => row[at.n]) {
+function lowerBound(rows, n) {
   let [low, high] = [0, rows.length];
   while (low < high) {
     const middle = (low + high) >> 1;
-    if (placeOf(rows[middle]) < n) {
+    if (rows[middle][at.n] < n) {
       low = middle + 1;
     } else {
       high = middle;

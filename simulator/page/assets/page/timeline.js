@@ -165,9 +165,9 @@ export class TimelineView {
     this.#fitPool(last - first);
     const size = this.#pool.length;
     const pointed = this.#pointedN >= 0 ? this.#pointedN : document.activeElement === this.#host ? this.#activeN : -1;
-    const caused = pointed < 0 ? {from: Infinity, to: Infinity} : this.#events.causedBy(pointed);
+    const cause = pointed < 0 ? -1 : this.#events.causeOf(pointed);
     for (let index = first; index < last; index += 1) {
-      this.#drawRow(this.#pool[index % size], matches[index], index, openIndex, caused);
+      this.#drawRow(this.#pool[index % size], matches[index], index, openIndex, cause);
     }
     for (let spare = last; spare < first + size; spare += 1) {
       this.#pool[spare % size].hidden = true;
@@ -197,7 +197,7 @@ export class TimelineView {
     }
   }
 
-  #drawRow(element, row, index, openIndex, caused) {
+  #drawRow(element, row, index, openIndex, cause) {
     const n = row[at.n];
     if (element.dataset.n !== String(n)) {
       const extra = extraOf(row);
@@ -215,7 +215,7 @@ export class TimelineView {
     setAttribute(element, "aria-rowindex", index + 1);
     setAttribute(element, "aria-expanded", index === openIndex);
     element.classList.toggle("is-active", n === this.#activeN);
-    element.classList.toggle("is-caused", n >= caused.from && n < caused.to);
+    element.classList.toggle("is-caused", cause >= 0 && (n === cause || extraOf(row).cause === cause));
   }
 
   // ---- Choosing and opening
