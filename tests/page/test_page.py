@@ -448,6 +448,10 @@ class Tabs(PageTest):
         self.assertLess(pressed, released)
         browser.until_attribute(Buttons.SEEK, "aria-pressed", "false")
 
+        seek = browser.find(Buttons.SEEK)
+        browser.eval("arguments[0].scrollIntoView({block: 'center'})", seek)
+        browser.actions().click_and_hold(seek).perform()
+        browser.until_attribute(Buttons.SEEK, "aria-pressed", "true")
         port = simulator.port
         self.assertEqual(simulator.stop(), 0)
         browser.until_text("#connection", "Reconnecting")
@@ -458,6 +462,8 @@ class Tabs(PageTest):
         browser.driver.switch_to.window(first)
         browser.until_text("#connection", "Connected")
         browser.until_text("#charge-text", "100 %")
+        browser.until_row("command", "release seek-")
+        browser.actions().release().perform()
         browser.run("charge 66")
         browser.until_row("command", "charge 66")
         browser.filter("charge 44")

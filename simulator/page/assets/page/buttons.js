@@ -4,7 +4,7 @@
 // The device's buttons: pressed for as long as one holds them, with the ring of the gestures' 5 s.
 //
 // A button that was pressed here is released here, whatever happens: the pointer is lost, the window loses the focus, the
-// connection ends.
+// connection ends (then as soon as it is back).
 
 import {byId, make, makeSvg, setAttribute, setText} from "./dom.js";
 
@@ -40,6 +40,7 @@ class HoldButton {
   #ring;
   #time;
   #isPressed = false;
+  #isOwed = false; // a release that could not be sent
   #control;
 
   constructor(button, control) {
@@ -96,6 +97,20 @@ class HoldButton {
     }
   }
 
+  /** The connection has ended: the release has to wait. */
+  owe() {
+    this.#isOwed ||= this.#isPressed;
+    this.#isPressed = false;
+  }
+
+  /** The connection is back. */
+  settle() {
+    if (this.#isOwed) {
+      this.#isOwed = false;
+      this.#control(this.#button.release);
+    }
+  }
+
   /** @param {Object<string, number|null>} held  since when each button is held, on the timeline's clock */
   show(held, now) {
     const times = this.#button.names.map(name => held[name]);
@@ -114,7 +129,7 @@ class HoldButton {
 /**
  * @param {import("./state.js").State} state
  * @param {(line: string) => void} control
- * @returns {{releaseAll: () => void}}
+ * @returns {{onConnection: (isOpen: boolean) => void}}  to call when the connection has opened or ended
  */
 export function showButtons(state, control) {
   const all = buttons.map(button => new HoldButton(button, control));
@@ -135,5 +150,5 @@ export function showButtons(state, control) {
   addEventListener("blur", releaseAll);
   addEventListener("pagehide", releaseAll);
   document.addEventListener("visibilitychange", () => document.hidden && releaseAll());
-  return {releaseAll};
+  return {onConnection: isOpen => all.forEach(button => (isOpen ? button.settle() : button.owe()))};
 }

@@ -91,10 +91,10 @@ function onConnection(isOpen) {
     stream.send({from: next});
     showTrouble({ok: true});
   } else {
-    buttons.releaseAll();
     showTrouble({ok: false, text: "The connection to the simulator ended; it is tried again until it works. "
       + "If the simulator was started anew, open the address that it printed."});
   }
+  buttons.onConnection(isOpen);
 }
 
 function onHello(hello) {
