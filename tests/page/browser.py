@@ -177,6 +177,10 @@ class Browser:
         finally:
             self.filter("")
 
+    def row(self, n):
+        """The row at that place, as soon as it is drawn."""
+        return until(lambda: next(iter(self.all(f".row[data-n='{n}']:not([hidden])")), None), f"row {n}")
+
     def screenshot(self, name, is_whole=True):
         """Keeps a picture of the page."""
         self.eval("window.scrollTo(0, 0)")

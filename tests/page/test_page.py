@@ -247,14 +247,14 @@ class Timeline(PageTest):
         browser.run("charge 77")
         signal = browser.until_row("signal", "CBATT=77")
         command = browser.until_row("command", "charge 77")
-        browser.find(f".row[data-n='{signal}']").click()
+        browser.row(signal).click()
         until(lambda: len(browser.all(".detail .values tr")) == 50, "the 50 values of the broadcast")
         values = {row.find_element("tag name", "th").text: row.text.split()[-1] for row in browser.all(".detail .values tr")}
         self.assertEqual(values["CBATT"], "77")
         browser.find("#rows").send_keys(Keys.ESCAPE)
         until(lambda: not browser.all(".detail"), "the event to be closed")
 
-        browser.actions().move_to_element(browser.find(f".row[data-n='{signal}']")).perform()
+        browser.actions().move_to_element(browser.row(signal)).perform()
         until(lambda: browser.all(f".row.is-caused[data-n='{command}']"), "the command to be highlighted")
         highlighted = [int(row.get_attribute("data-n")) for row in browser.all(".row.is-caused")]
         self.assertIn(signal, highlighted)
