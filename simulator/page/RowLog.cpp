@@ -32,6 +32,13 @@ QString serviceOf(const events::Event& event)
     return isOfDaemon ? QString(events::kPowerDaemon) : QString();
 }
 
+QByteArray packed(const QByteArray& lines)
+{
+    QByteArray bytes = qCompress(lines, kCompression);
+    bytes.squeeze(); // it has room for all that there was
+    return bytes;
+}
+
 /// Where the line of that number begins.
 qsizetype lineBegin(const QByteArray& lines, qsizetype number)
 {
@@ -107,8 +114,8 @@ void RowLog::pack()
     while (m_timeline.size() >= m_limits.tail + kBlockSize && m_packed < m_blocks.size() &&
            m_blocks.at(m_packed).count == kBlockSize) {
         Block& block = m_blocks[m_packed++];
-        block.wholes = qCompress(wholesOf(block), kCompression);
-        block.rows = qCompress(block.rows, kCompression);
+        block.wholes = packed(wholesOf(block));
+        block.rows = packed(block.rows);
         block.isPacked = true;
         m_timeline.forgetBefore(block.first + block.count);
     }
