@@ -95,11 +95,11 @@ public:
 
     QString text(quint32 length)
     {
-        if (!isLeft(qsizetype{length} + 1)) {
+        if (!isLeft(qint64{length} + 1)) {
             return {};
         }
-        QString text = QString::fromUtf8(m_bytes.constData() + m_place, qsizetype{length});
-        m_place += qsizetype{length} + 1;
+        QString text = QString::fromUtf8(m_bytes.constData() + m_place, static_cast<qsizetype>(length));
+        m_place += static_cast<qsizetype>(length) + 1;
         return text;
     }
 
@@ -160,7 +160,8 @@ public:
     }
 
 private:
-    bool isLeft(qsizetype size)
+    /// @param size in a wider type than sizes of containers: a length on the wire may be more than 31 bits hold
+    bool isLeft(qint64 size)
     {
         m_isBroken = m_isBroken || m_place + size > m_bytes.size();
         return !m_isBroken;
@@ -169,13 +170,13 @@ private:
     QVariant array(const QString& signature, qsizetype& at, int depth)
     {
         const qsizetype element = at;
-        const qsizetype length = number<quint32>();
+        const auto length = number<quint32>();
         align(alignmentOf(element < signature.size() ? signature.at(element).toLatin1() : '\0'));
-        const qsizetype end = m_place + length;
         QVariantList values;
         if (!isLeft(length)) {
             return values;
         }
+        const qsizetype end = m_place + static_cast<qsizetype>(length);
         skipType(signature, at);
         while (!hasReached(end)) {
             qsizetype elementAt = element;
@@ -280,7 +281,7 @@ WireMessage::Result WireMessage::take(QByteArray& buffer, WireMessage* message)
     message->type = static_cast<Type>(type);
     message->serial = serial;
     Reader fields(bytes, kFixedHeader, isBigEndian);
-    while (!fields.hasReached(kFixedHeader + qsizetype{fieldsLength})) {
+    while (!fields.hasReached(kFixedHeader + static_cast<qsizetype>(fieldsLength))) {
         fields.align(8);
         const auto field = fields.number<uchar>();
         qsizetype at = 0;
