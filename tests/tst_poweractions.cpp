@@ -183,6 +183,9 @@ private Q_SLOTS:
         row("west", "America/New_York", u"2024-12-31 20:00:00"_s, u"2025-01-01 01:00:00"_s);
         row("skipped by the clock, east", "Europe/Rome", u"2024-03-31 02:30:00"_s, u"2024-03-31 01:30:00"_s);
         row("skipped by the clock, west", "America/New_York", u"2024-03-10 02:00:00"_s, u"2024-03-10 07:00:00"_s);
+        row("winter after 2038", "Europe/Rome", u"2040-01-15 00:30:00"_s, u"2040-01-14 23:30:00"_s);
+        row("summer after 2038", "Europe/Rome", u"2040-07-15 00:30:00"_s, u"2040-07-14 22:30:00"_s);
+        row("skipped by the clock after 2038", "Europe/Rome", u"2040-03-25 02:30:00"_s, u"2040-03-25 01:30:00"_s);
         row("leap day", "UTC", u"2024-02-29 12:00:00"_s, u"2024-02-29 12:00:00"_s);
         row("no leap day", "UTC", u"2023-02-29 12:00:00"_s, QString());
         row("without seconds", "UTC", u"2024-03-08 07:30"_s, QString());
@@ -274,7 +277,11 @@ private Q_SLOTS:
     void record()
     {
         QFETCH(QByteArray, reason);
+        // The file that is there may have any time stamp, also one that 32 bits can't hold.
+        QCOMPARE(QProcess::execute(u"touch"_s, {u"-d"_s, u"2040-01-01"_s, paths::lastActionFile()}), 0);
+
         QCOMPARE(manager().Shutdown(QString::fromUtf8(reason)), 0);
+
         QCOMPARE(recordedAction().mid(19), "|last_shutdown|" + reason + '\n');
     }
 
