@@ -106,6 +106,21 @@ install_packages() {
     [[ -z $missing ]] || die "apt-get reported success, but these packages are still missing: $missing"
 }
 
+# The Debian mirror that this machine's apt uses.
+debian_mirror() {
+    local mirror
+    # shellcheck disable=SC2016 # for apt to expand
+    mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Label: Debian' | head -n 1)
+    [[ -n $mirror ]] || die "apt on this machine names no Debian mirror, or apt-get update has not run yet"
+    printf '%s\n' "$mirror"
+}
+
+# Options of the machine's apt that make a mirror reachable and acceptable.
+apt_options() {
+    apt-config dump --no-empty Acquire |
+        grep -E '^Acquire::(Check-|Retries|https?::(Proxy|Timeout))' || [[ $? -eq 1 ]]
+}
+
 # configure_and_build PRESET [TARGET...]: into build/PRESET, where all presets build.
 configure_and_build() {
     local preset=$1
@@ -115,4 +130,14 @@ configure_and_build() {
     step "building ($preset${*:+: $*})"
     (cd "$ROOT" && cmake --build --preset "$preset" --parallel "$JOBS" ${1:+--target "$@"}) ||
         die "building with preset \"$preset\" failed"
+}
+
+# run_tests PRESET [CTEST ARGUMENT...]: of a build that configure_and_build made.
+run_tests() {
+    local built=$ROOT/build/$1 jobs
+    step "testing ($1)"
+    # As many tests at a time as there are CPUs, and beside them those that only wait: see tests/CMakeLists.txt.
+    jobs=$(sed -n 's/^ZELT_TEST_JOBS:INTERNAL=//p' "$built/CMakeCache.txt")
+    ctest --test-dir "$built" --parallel $((JOBS * jobs + jobs - 1)) --output-on-failure --no-tests=error "${@:2}" \
+        --output-junit test-results.xml
 }

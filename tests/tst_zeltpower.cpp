@@ -332,7 +332,7 @@ private Q_SLOTS:
         const FakeDaemon daemon(bus.address(), Mode::Mute);
         Client client(line.split(u' '), bus.address());
         QTRY_VERIFY_WITH_TIMEOUT(!daemon.calls().isEmpty() || line.startsWith(u"monitor"), kPatienceMs);
-        QTest::qWait(line.startsWith(u"monitor") ? 300 : 1); // nothing shows that it listens
+        QTest::qWait(line.startsWith(u"monitor") ? 300 * TIME_FACTOR : 1); // nothing shows that it listens
 
         bus.kill();
 
@@ -482,7 +482,7 @@ private Q_SLOTS:
         }
         QCOMPARE(request[u"member"].toString(), u"SetFreq"_s);
         QCOMPARE(request[u"sender"][u"pid"].toInteger(), pid);
-        QCOMPARE(request[u"sender"][u"executable"].toString(), QStringLiteral(CLIENT_PROGRAM));
+        QCOMPARE(request[u"sender"][u"executable"].toString(), QStringLiteral(CLIENT_EXECUTABLE));
         QVERIFY(request[u"sender"][u"command"].toString().endsWith(u" freq 300"_s));
         QCOMPARE(request[u"arguments"][0],
                  QJsonValue(QJsonObject{{u"name"_s, u"freq"_s}, {u"type"_s, u"i"_s}, {u"value"_s, 300}}));
