@@ -13,6 +13,7 @@ namespace {
 
 Session* session = nullptr;
 RowLog* rows = nullptr;
+DeviceHistory* history = nullptr;
 
 /// The head of a request: a line with method and path, then its headers.
 RequestHead headOf(const QList<QByteArray>& lines)
@@ -49,6 +50,7 @@ int LLVMFuzzerInitialize(int* argc, char*** argv)
     // Never started: its lines are checked and wait.
     session = new Session(*timeline, {{}, {}, {}, {}});
     rows = new RowLog(*timeline);
+    history = new DeviceHistory(*session);
     timeline->note(QStringLiteral("a row"));
     return 0;
 }
@@ -65,7 +67,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     fuzzing::require(!refusal || !refusal->isEntry || head.contains("?token=9f86d081"), "nor gets the cookie");
 
     const ScenarioFolder scenarios{QString()};
-    PageRequests requests(*session, *rows, scenarios);
+    PageRequests requests({*session, *rows, *history, scenarios});
     qsizetype answers = 0;
     QObject::connect(&requests, &PageRequests::answered, &requests, [&answers](const QByteArray& frame) {
         fuzzing::require(QJsonDocument::fromJson(frame).isObject(), "each answer is an object");
