@@ -3,6 +3,7 @@
 #include "ActionManager.h"
 
 #include "BlockingCall.h"
+#include "FreeMemory.h"
 #include "LightManagerProxy.h"
 #include "Log.h"
 #include "SoundManagerProxy.h"
@@ -10,10 +11,6 @@
 
 #include <algorithm>
 #include <utility>
-
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
 
 namespace {
 
@@ -33,9 +30,7 @@ public:
     MemoryTrimmer() = default;
     ~MemoryTrimmer()
     {
-#ifdef __GLIBC__
-        malloc_trim(0);
-#endif
+        returnFreeMemory();
     }
 
 private:

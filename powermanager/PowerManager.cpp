@@ -8,6 +8,7 @@
 #include "Configuration.h"
 #include "EventMonitor.h"
 #include "FactoryRestoreManager.h"
+#include "FreeMemory.h"
 #include "FreqProxy.h"
 #include "FrequencyLadder.h"
 #include "Indicator.h"
@@ -30,10 +31,15 @@
 #include <QDateTime>
 #include <QFile>
 #include <QTextStream>
+#include <QTimer>
+
+#include <chrono>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -74,6 +80,23 @@ bool isDone(QDBusPendingReply<int> reply)
     reply.waitForFinished();
     return !reply.isError() && reply.value() == 0;
 }
+
+/// For the length of a power action. What arrives meanwhile waits in memory, which is returned once all is served.
+class Backlog
+{
+public:
+    explicit Backlog(QObject* receiver) : m_receiver(receiver) {}
+    ~Backlog()
+    {
+        // A flood may go on for a while, but by then it no longer waits.
+        QTimer::singleShot(10s, m_receiver, &returnFreeMemory);
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(Backlog)
+
+    QObject* m_receiver;
+};
 
 /// The same instant in UTC; an empty text if the text is no time. A time that the clock skips in spring counts on from
 /// the hour before it.
@@ -216,6 +239,7 @@ int PowerManager::PostRestoreReboot()
 
 int PowerManager::Reboot(const QString& Reason)
 {
+    const Backlog backlog(this);
     const QString event = QStringLiteral("reboot");
     POWER_LOG(LogLevel::Warning, "Reboot (%s) requested: will restart in about %d seconds...", qPrintable(Reason),
               static_cast<int>(kAnnouncementSeconds));
@@ -234,6 +258,7 @@ int PowerManager::Reboot(const QString& Reason)
 
 int PowerManager::Shutdown(const QString& Reason)
 {
+    const Backlog backlog(this);
     const QString event = QStringLiteral("shutdown");
     POWER_LOG(LogLevel::Warning, "Shutdown (%s) requested: will poweroff in about %d seconds...", qPrintable(Reason),
               static_cast<int>(kAnnouncementSeconds));
@@ -252,6 +277,7 @@ int PowerManager::Shutdown(const QString& Reason)
 
 int PowerManager::Suspend(const QString& Time)
 {
+    const Backlog backlog(this);
     POWER_LOG(LogLevel::Info, "Suspend until %s (localtime) requested", qPrintable(Time));
     // Not checked: the frequency service decides about an empty text.
     const QString utc = toUtc(Time);
