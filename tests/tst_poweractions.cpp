@@ -186,6 +186,12 @@ private Q_SLOTS:
         row("winter after 2038", "Europe/Rome", u"2040-01-15 00:30:00"_s, u"2040-01-14 23:30:00"_s);
         row("summer after 2038", "Europe/Rome", u"2040-07-15 00:30:00"_s, u"2040-07-14 22:30:00"_s);
         row("skipped by the clock after 2038", "Europe/Rome", u"2040-03-25 02:30:00"_s, u"2040-03-25 01:30:00"_s);
+        row("skipped by half an hour", "Australia/Lord_Howe", u"2026-10-04 02:15:00"_s, u"2026-10-03 15:45:00"_s);
+        row("midnight skipped", "America/Santiago", u"2026-09-06 00:30:00"_s, u"2026-09-06 04:30:00"_s);
+        row("comes twice", "Europe/Rome", u"2026-10-25 02:30:00"_s, u"2026-10-25 00:30:00"_s);
+        row("comes twice by half an hour", "Australia/Lord_Howe", u"2026-04-05 01:45:00"_s, u"2026-04-04 14:45:00"_s);
+        row("comes twice before midnight", "America/Santiago", u"2026-04-04 23:30:00"_s, u"2026-04-05 02:30:00"_s);
+        row("beyond 31 bits of seconds", "Europe/Rome", u"2038-01-19 04:14:08"_s, u"2038-01-19 03:14:08"_s);
         row("leap day", "UTC", u"2024-02-29 12:00:00"_s, u"2024-02-29 12:00:00"_s);
         row("no leap day", "UTC", u"2023-02-29 12:00:00"_s, QString());
         row("without seconds", "UTC", u"2024-03-08 07:30"_s, QString());
