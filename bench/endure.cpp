@@ -210,13 +210,13 @@ bool runFlood(int seconds, int rate)
     QDBusPendingCallWatcher* watcher = nullptr;
     QObject context;
     qint64 nextSecond = 0;
-    while (clock.elapsed() < seconds * 1000) {
+    while (clock.elapsed() < qint64{seconds} * 1000) {
         // A machine that is too slow for the rate sends as many as it can.
         constexpr int kAtOnce = 100;
         for (int i = 0; i < kAtOnce && sent < clock.elapsed() * rate / 1000; ++i, ++sent) {
             services.broadcast(50);
         }
-        if (watcher == nullptr && clock.elapsed() > seconds * 250) {
+        if (watcher == nullptr && clock.elapsed() > qint64{seconds} * 250) {
             asked = static_cast<double>(clock.elapsed()) / 1000;
             watcher = new QDBusPendingCallWatcher(
                 QDBusConnection::sessionBus().asyncCall(makeCall(u"Reboot"_s, {u"flood"_s}), kTimeoutMs), &context);

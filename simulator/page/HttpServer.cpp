@@ -23,13 +23,13 @@ namespace {
 constexpr unsigned int kIdleSeconds = 10;
 
 /// What a request's head may take.
-constexpr std::size_t kMemoryPerConnection = 32 * 1024;
+constexpr std::size_t kMemoryPerConnection = std::size_t{32} * 1024;
 
 /// How long a connection may hold its place without a request if others wait for one.
 constexpr qint64 kPatienceMs = 1000;
 
 /// A part of a body that is made piece by piece.
-constexpr std::size_t kPieceSize = 64 * 1024;
+constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
 
 constexpr char kBusy[] = "HTTP/1.1 503 Service Unavailable\r\n"
                          "Content-Length: 0\r\nRetry-After: 1\r\nConnection: close\r\n\r\n";

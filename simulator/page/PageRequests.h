@@ -36,8 +36,8 @@ public:
     [[nodiscard]] QJsonObject source() const;
 
     /// No frame may be longer; those without a zone file are shorter than kMostBytes.
-    static constexpr qsizetype kMostBytesWithFile = 1024 * 1024;
-    static constexpr qsizetype kMostBytes = 64 * 1024;
+    static constexpr qsizetype kMostBytesWithFile = qsizetype{1024} * 1024;
+    static constexpr qsizetype kMostBytes = qsizetype{64} * 1024;
 
 Q_SIGNALS:
     void answered(const QByteArray& frame);

@@ -13,7 +13,7 @@ namespace {
 constexpr QLatin1StringView kEnding(".scenario");
 
 /// A longer one would not be read as a whole.
-constexpr qint64 kMostBytes = 1024 * 1024;
+constexpr qint64 kMostBytes = qint64{1024} * 1024;
 
 } // namespace
 

@@ -11,10 +11,10 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 /// What may wait for the socket before more is sent.
-constexpr qsizetype kMostUnsent = 256 * 1024;
+constexpr qsizetype kMostUnsent = qsizetype{256} * 1024;
 
 /// Rows of a frame.
-constexpr qsizetype kMostRowBytes = 1024 * 1024;
+constexpr qsizetype kMostRowBytes = qsizetype{1024} * 1024;
 
 constexpr quint16 kGoingAway = 1001;
 

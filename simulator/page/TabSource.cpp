@@ -11,7 +11,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 /// What a line printed and is shown of it.
-constexpr qsizetype kMostPrinted = 64 * 1024;
+constexpr qsizetype kMostPrinted = qsizetype{64} * 1024;
 
 } // namespace
 

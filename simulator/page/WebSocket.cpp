@@ -16,7 +16,7 @@
 namespace {
 
 /// What is read in one go.
-constexpr qsizetype kReadBudget = 256 * 1024;
+constexpr qsizetype kReadBudget = qsizetype{256} * 1024;
 
 /// Small, so that a reader that has stopped is noticed.
 constexpr int kSendBuffer = 256 * 1024;
