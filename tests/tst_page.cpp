@@ -80,7 +80,7 @@ QJsonArray rowWith(PageClient& client, const QString& text)
             return {};
         }
         const QJsonArray rows = rowsOf(frame);
-        for (const QJsonValue& row : rows) {
+        for (const auto& row : rows) {
             if (row.toArray().at(3).toString().contains(text)) {
                 return row.toArray();
             }

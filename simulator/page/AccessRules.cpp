@@ -34,7 +34,8 @@ std::optional<AccessRules::Refusal> AccessRules::check(const RequestHead& reques
     }
     const bool isForeign =
         std::any_of(request.origins.begin(), request.origins.end(), [this](const QByteArray& origin) {
-            return !origin.startsWith("http://") || !isOurs(origin.mid(qstrlen("http://")));
+            constexpr QByteArrayView kScheme("http://");
+            return !origin.startsWith(kScheme) || !isOurs(origin.mid(kScheme.size()));
         });
     if (isForeign) {
         return Refusal{403, "The request comes from another site."};

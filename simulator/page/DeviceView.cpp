@@ -99,7 +99,7 @@ void DeviceView::readZones()
     m_zoneFile = QString::fromUtf8(content);
     m_zones = toJson(ZoneTable(parseZones(content)));
     m_zoneByName.clear();
-    for (const QJsonValue& zone : std::as_const(m_zones)) {
+    for (const auto& zone : std::as_const(m_zones)) {
         m_zoneByName.insert(zone.toObject().value(u"name"_s).toString(), zone.toObject());
     }
 }

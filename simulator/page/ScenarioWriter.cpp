@@ -48,7 +48,7 @@ bool hasTime(const QString& text)
 QString valuesOf(const QJsonArray& values)
 {
     QString words;
-    for (const QJsonValue& element : values) {
+    for (const auto& element : values) {
         const QJsonObject value = element.toObject();
         const QString type = value.value(u"type"_s).toString();
         const QVariant converted = dbusvalues::fromJson(value.value(u"value"_s), type);

@@ -13,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kPatienceMs = 10'000 * TIME_FACTOR;
+constexpr int kAnswerWithinMs = 10'000 * TIME_FACTOR;
 
 } // namespace
 
@@ -46,7 +46,7 @@ int PageClient::ask(const QByteArray& request)
     socket.write(request);
     (void)QTest::qWaitFor(
         [this] { return m_received.contains("\r\n\r\n") || socket.state() == QAbstractSocket::UnconnectedState; },
-        kPatienceMs);
+        kAnswerWithinMs);
     return m_received.mid(qstrlen("HTTP/1.1 "), 3).toInt();
 }
 
@@ -151,7 +151,7 @@ QJsonObject PageClient::frameWith(const QString& member)
             }
             return !found.isEmpty();
         },
-        kPatienceMs);
+        kAnswerWithinMs);
     return found;
 }
 
@@ -167,7 +167,7 @@ QJsonObject PageClient::answerTo(int id)
 int PageClient::closeStatus()
 {
     const bool isClosed = QTest::qWaitFor(
-        [this] { return socket.state() == QAbstractSocket::UnconnectedState || m_closeStatus != 0; }, kPatienceMs);
+        [this] { return socket.state() == QAbstractSocket::UnconnectedState || m_closeStatus != 0; }, kAnswerWithinMs);
     return isClosed ? m_closeStatus : -1;
 }
 
