@@ -21,7 +21,7 @@ namespace {
 
 /// A connection that is idle, or does not take its answer, ends after that time.
 constexpr unsigned int kIdleSeconds = 10;
-constexpr MHD_UNSIGNED_LONG_LONG kIdleMs = MHD_UNSIGNED_LONG_LONG{kIdleSeconds} * 1000;
+constexpr unsigned int kIdleMs = kIdleSeconds * 1000;
 
 /// What a request's head may take.
 constexpr std::size_t kMemoryPerConnection = std::size_t{32} * 1024;
@@ -334,7 +334,7 @@ void HttpServer::run()
     m_isRunning = false;
     MHD_UNSIGNED_LONG_LONG timeoutMs = 0;
     if (MHD_get_timeout(m_daemon, &timeoutMs) == MHD_YES) {
-        m_timer.start(static_cast<int>(std::min(timeoutMs, kIdleMs)));
+        m_timer.start(static_cast<int>(std::min<MHD_UNSIGNED_LONG_LONG>(timeoutMs, kIdleMs)));
     } else {
         m_timer.stop();
     }

@@ -185,7 +185,7 @@ QByteArray RowLog::wholeLines(qsizetype* place) const
         return {};
     }
     const QByteArray lines = wholesOf(*block);
-    const QByteArray wanted = lines.mid(lineBegin(lines, *place - block->first));
+    QByteArray wanted = lines.mid(lineBegin(lines, *place - block->first));
     *place = block->first + block->count;
     return wanted;
 }
