@@ -92,7 +92,7 @@ bool resetOnce(BenchServices& services, int number)
     services.refuseWrite(number % 2 == 0 ? -1 : number / 4 % kWrites);
     static const QString kService = Catalogue().powerDaemon().busName;
     return isDone(QDBusMessage::createMethodCall(kService, u"/endure"_s, u"com.quillmark.zelt.endure"_s,
-                                                 number % 4 < 2 ? u"Soft"_s : u"Hard"_s));
+                                                 number % 4 < 2 ? u"soft"_s : u"hard"_s));
 }
 
 /// Through all charges; after some, waits until the daemon has served them.

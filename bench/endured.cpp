@@ -21,13 +21,13 @@ public:
     explicit Resets(PowerManager& manager) : m_manager(manager) {}
 
 public Q_SLOTS:
-    void Soft()
+    void soft()
     {
         QMetaObject::invokeMethod(m_manager.findChild<FactoryRestoreManager*>(), "SoftResetTimer_Elapsed");
     }
 
     /// By an object of its own: after a hard reset, the daemon's refuses all others until the process ends.
-    void Hard()
+    void hard()
     {
         FactoryRestoreManager resets(nullptr);
         connect(&resets, &FactoryRestoreManager::ResetCompleted, &m_manager, &PowerManager::PostRestoreReboot);

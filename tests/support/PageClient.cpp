@@ -47,7 +47,8 @@ int PageClient::ask(const QByteArray& request)
     (void)QTest::qWaitFor(
         [this] { return m_received.contains("\r\n\r\n") || socket.state() == QAbstractSocket::UnconnectedState; },
         kAnswerWithinMs);
-    return m_received.mid(qstrlen("HTTP/1.1 "), 3).toInt();
+    constexpr QByteArrayView kVersion("HTTP/1.1 ");
+    return m_received.mid(kVersion.size(), 3).toInt();
 }
 
 QByteArray PageClient::header(const QByteArray& name) const
