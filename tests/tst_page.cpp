@@ -321,7 +321,7 @@ private Q_SLOTS:
         row("long ping", 0x89, QByteArray(200, 'a'), true, 0); // the library closes without a status
         row("no UTF-8", 0x81, "\xc3\x28", true, 1007);
         row("binary", 0x82, "{}", true, 1003);
-        row("too long", 0x81, QByteArray(2 * 1024 * 1024, ' '), true, 1009);
+        row("too long", 0x81, QByteArray(qsizetype{2} * 1024 * 1024, ' '), true, 1009);
         row("close", 0x88, "\x03\xe8", true, 1000);
     }
 

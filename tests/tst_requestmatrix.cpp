@@ -46,7 +46,7 @@ const QList<Request>& requestTable()
     const auto beginOfSleep = [](PowerManager& manager) {
         Q_EMIT manager.findChild<SleepManager*>()->SleepTimeout(u"2024-01-01 00:00:00"_s);
     };
-    static const QList<Request> table = {
+    static const QList<Request> kTable = {
         {"soft factory reset", {}, {}, softReset, 13},
         {"Reboot", u"Reboot"_s, {u"user_gui"_s}, nullptr, 9},
         {"SetActionsEnabled off", u"SetActionsEnabled"_s, {false}},
@@ -72,7 +72,7 @@ const QList<Request>& requestTable()
         {"IsActionsEnabled", u"IsActionsEnabled"_s},
         {"IsSleepEnabled", u"IsSleepEnabled"_s},
     };
-    return table;
+    return kTable;
 }
 
 /// When during a phase, that is, a pause or a call of a service.
