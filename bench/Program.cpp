@@ -34,6 +34,14 @@ void stayOnLastCpu()
     sched_setaffinity(0, sizeof cpus, &cpus);
 }
 
+/// The call IsActionsEnabled to whoever serves the power daemon's interface under this name.
+QDBusMessage powerDaemonCall(const QString& busName)
+{
+    const InterfaceDescription interface = Catalogue().powerDaemon();
+    return QDBusMessage::createMethodCall(busName, interface.objectPath, interface.interfaceName,
+                                          u"IsActionsEnabled"_s);
+}
+
 } // namespace
 
 qint64 numberIn(const QString& path, const QByteArray& field)
@@ -53,16 +61,18 @@ void prepareMeasured(ChildProcess& process)
     process.setInChild(&stayOnLastCpu);
 }
 
-Program::Program(const QString& file, const QStringList& arguments, const QString& busName) : m_busName(busName)
+Program::Program(const QString& file, const QStringList& arguments, const QDBusMessage& call) : m_call(call)
 {
-    const InterfaceDescription interface = Catalogue().powerDaemon();
-    m_call =
-        QDBusMessage::createMethodCall(busName, interface.objectPath, interface.interfaceName, u"IsActionsEnabled"_s);
     m_process.setProgram(file);
     m_process.setArguments(arguments);
     m_process.setStandardOutputFile(QProcess::nullDevice());
     m_process.setStandardErrorFile(QProcess::nullDevice());
     prepareMeasured(m_process);
+}
+
+Program::Program(const QString& file, const QStringList& arguments, const QString& busName)
+    : Program(file, arguments, powerDaemonCall(busName))
+{
 }
 
 Program::~Program()
@@ -73,7 +83,7 @@ Program::~Program()
 std::optional<double> Program::start()
 {
     QEventLoop loop;
-    const QDBusServiceWatcher watcher(m_busName, QDBusConnection::sessionBus(),
+    const QDBusServiceWatcher watcher(m_call.service(), QDBusConnection::sessionBus(),
                                       QDBusServiceWatcher::WatchForRegistration);
     QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, &loop, &QEventLoop::quit);
     QObject::connect(&m_process, &QProcess::stateChanged, &loop, [&loop](QProcess::ProcessState state) {
@@ -131,6 +141,24 @@ qint64 Program::statusNumber(const QByteArray& field) const
 qsizetype Program::openDescriptors() const
 {
     return QDir(folder() + u"/fd").entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
+}
+
+QStringList Program::libraries() const
+{
+    QFile maps(folder() + u"/maps"_s);
+    if (!maps.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    QStringList files;
+    const QList<QByteArray> lines = maps.readAll().split('\n');
+    for (const QByteArray& line : lines) {
+        const qsizetype at = line.indexOf('/');
+        if (at >= 0 && line.indexOf(".so", at) >= 0) {
+            files.append(QString::fromLocal8Bit(line.sliced(at)));
+        }
+    }
+    files.removeDuplicates();
+    return files;
 }
 
 QString Program::folder() const

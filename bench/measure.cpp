@@ -7,20 +7,19 @@
 #include "PrivateBus.h"
 #include "Program.h"
 #include "Report.h"
+#include "Sampling.h"
 #include "ZoneFile.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
 #include <QTemporaryFile>
-#include <QTimer>
 
 #include <algorithm>
 #include <chrono>
@@ -38,42 +37,6 @@ struct Settings
     std::chrono::seconds idle;
     int starts;
 };
-
-void wait(std::chrono::milliseconds duration)
-{
-    QEventLoop loop;
-    QTimer::singleShot(duration, Qt::PreciseTimer, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-/// The value that the given fraction of the values is below.
-double quantile(QList<double> values, double fraction)
-{
-    const auto index = static_cast<qsizetype>(fraction * static_cast<double>(values.size()));
-    std::nth_element(values.begin(), values.begin() + index, values.end());
-    return values.at(index);
-}
-
-/// What a program used over a period.
-struct Usage
-{
-    double cpuNanoseconds = 0;
-    double switches = 0;
-};
-
-/// The kernel's counters of a program at this moment.
-Usage usage(const Program& program)
-{
-    return {static_cast<double>(program.cpuNanoseconds()), static_cast<double>(program.voluntarySwitches())};
-}
-
-Usage operator-(const Usage& a, const Usage& b)
-{
-    return {a.cpuNanoseconds - b.cpuNanoseconds, a.switches - b.switches};
-}
-
-/// After its start, a program takes this long to become idle.
-constexpr std::chrono::milliseconds kSettlingTime = 2s;
 
 Program makeDaemon()
 {
@@ -228,18 +191,6 @@ bool measureCalls(const Settings&, Report& report)
                    quantile(daemonTimes, percent / 100.0), quantile(floorTimes, percent / 100.0));
     }
     return true;
-}
-
-/// Sends status broadcasts to one program only, one at a time as on the device, so that each wakes it.
-/// @return its CPU time per broadcast in microseconds
-double costOfBroadcasts(const Program& program, const QDBusMessage& broadcast, int count)
-{
-    const Usage before = usage(program);
-    for (int i = 0; i < count; ++i) {
-        QDBusConnection::sessionBus().send(broadcast);
-        wait(3ms);
-    }
-    return (usage(program) - before).cpuNanoseconds / 1e3 / count;
 }
 
 bool measureBroadcasts(const Settings&, Report& report)
