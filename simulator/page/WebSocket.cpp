@@ -196,7 +196,7 @@ void WebSocket::write()
 
 void WebSocket::drain()
 {
-    std::array<char, std::size_t{64} * 1024> ignored = {};
+    std::array<char, std::size_t{64}* 1024> ignored = {};
     ssize_t length = 0;
     for (qsizetype left = kReadBudget; left > 0; left -= length) {
         length = ::recv(m_connection.descriptor, ignored.data(), ignored.size(), 0);
