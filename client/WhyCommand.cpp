@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "WhyCommand.h"
 
-#include "Evidence.h"
+#include "ActionEvidence.h"
 #include "Paths.h"
 #include "Terminal.h"
 
@@ -81,7 +81,7 @@ ExitStatus WhyCommand::run(const CommandArguments& arguments, Terminal& terminal
         terminal.complain(u"%1: %2"_s.arg(paths::lastActionFile(), fault));
         return ExitStatus::Refused;
     }
-    Evidence evidence;
+    ActionEvidence evidence;
     if (arguments.isSet(u"record"_s)) {
         const QString name = arguments.value(u"record"_s);
         QFile file(name);
@@ -89,7 +89,7 @@ ExitStatus WhyCommand::run(const CommandArguments& arguments, Terminal& terminal
             terminal.complain(u"%1: %2"_s.arg(printable(name), file.errorString()));
             return ExitStatus::WrongUse;
         }
-        evidence = Evidence::fromRecord(file, *record);
+        evidence = ActionEvidence::fromRecord(file, *record);
         if (evidence.wrongLines > 0) {
             terminal.complain(u"%1:%2: found no JSON object; expected an event a line (%3 such lines passed over)"_s
                                   .arg(printable(name))
@@ -98,7 +98,7 @@ ExitStatus WhyCommand::run(const CommandArguments& arguments, Terminal& terminal
         }
     }
     if (arguments.isSet(u"since"_s)) {
-        evidence.journal = Evidence::fromJournal(arguments.value(u"since"_s), *record, &fault).journal;
+        evidence.journal = ActionEvidence::fromJournal(arguments.value(u"since"_s), *record, &fault).journal;
         if (!fault.isEmpty()) {
             terminal.complain(fault);
             return ExitStatus::WrongUse;

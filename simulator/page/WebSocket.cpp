@@ -18,6 +18,9 @@ namespace {
 /// What is read in one go.
 constexpr qsizetype kReadBudget = qsizetype{256} * 1024;
 
+/// Of what is read and not wanted.
+constexpr std::size_t kIgnoredAtOnce = 65'536;
+
 /// Small, so that a reader that has stopped is noticed.
 constexpr int kSendBuffer = 256 * 1024;
 
@@ -196,7 +199,7 @@ void WebSocket::write()
 
 void WebSocket::drain()
 {
-    std::array<char, std::size_t{64}* 1024> ignored = {};
+    std::array<char, kIgnoredAtOnce> ignored = {};
     ssize_t length = 0;
     for (qsizetype left = kReadBudget; left > 0; left -= length) {
         length = ::recv(m_connection.descriptor, ignored.data(), ignored.size(), 0);

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The power daemon authors
 // SPDX-License-Identifier: MIT
-#include "Evidence.h"
+#include "ActionEvidence.h"
 
 #include "Terminal.h"
 
@@ -41,9 +41,9 @@ bool isRequestOf(const QJsonObject& event, const ReasonRecord& record)
 
 } // namespace
 
-Evidence Evidence::fromRecord(QIODevice& file, const ReasonRecord& record)
+ActionEvidence ActionEvidence::fromRecord(QIODevice& file, const ReasonRecord& record)
 {
-    Evidence evidence;
+    ActionEvidence evidence;
     QString id;
     for (int line = 1; !file.atEnd(); ++line) {
         const QByteArray content = file.readLine(kMostLineBytes);
@@ -81,9 +81,9 @@ Evidence Evidence::fromRecord(QIODevice& file, const ReasonRecord& record)
     return evidence;
 }
 
-Evidence Evidence::fromJournal(const QString& since, const ReasonRecord& record, QString* fault)
+ActionEvidence ActionEvidence::fromJournal(const QString& since, const ReasonRecord& record, QString* fault)
 {
-    Evidence evidence;
+    ActionEvidence evidence;
     QProcess journal;
     journal.start(u"journalctl"_s, {u"--user"_s, u"--no-pager"_s, u"--quiet"_s, u"--output=short-iso"_s,
                                     u"--identifier=powermanager"_s, u"--since="_s + since});

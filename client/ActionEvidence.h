@@ -13,7 +13,7 @@
 class QIODevice;
 
 /// What a monitor's record or the journal tells about a recorded action.
-struct Evidence
+struct ActionEvidence
 {
     std::optional<Caller> caller; ///< who asked
     QString request;              ///< what was asked, "Reboot(\"upgrade\")"
@@ -24,9 +24,9 @@ struct Evidence
     int firstWrongLine = 0;
 
     /// Looks for the request in a record of "zelt-power monitor --json".
-    [[nodiscard]] static Evidence fromRecord(QIODevice& file, const ReasonRecord& record);
+    [[nodiscard]] static ActionEvidence fromRecord(QIODevice& file, const ReasonRecord& record);
 
     /// Looks for the daemon's lines in the journal, from a time on that journalctl understands. Blocks for ten seconds
     /// at most. *fault says what went wrong; empty: nothing.
-    [[nodiscard]] static Evidence fromJournal(const QString& since, const ReasonRecord& record, QString* fault);
+    [[nodiscard]] static ActionEvidence fromJournal(const QString& since, const ReasonRecord& record, QString* fault);
 };
