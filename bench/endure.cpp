@@ -221,7 +221,9 @@ bool runFlood(int seconds, int rate)
             watcher = new QDBusPendingCallWatcher(
                 QDBusConnection::sessionBus().asyncCall(makeCall(u"Reboot"_s, {u"flood"_s}), kTimeoutMs), &context);
             QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &context,
-                             [&clock, &answered] { answered = static_cast<double>(clock.elapsed()) / 1000; });
+                             [&clock, &answered] {
+                                 answered = static_cast<double>(clock.elapsed()) / 1000; // s
+                             }); // clazy:exclude=lambda-in-connect
         }
         wait(1ms);
         if (clock.elapsed() / 1000 >= nextSecond) {

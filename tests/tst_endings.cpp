@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTimeZone>
 
 #include <algorithm>
 #include <atomic>
@@ -17,8 +18,11 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kPatienceMs = 10'000;
-const QDateTime kNow(QDate(2026, 6, 1), QTime(12, 0), Qt::UTC);
-constexpr int kHoldSeconds = 5;
+
+QDateTime now()
+{
+    return {QDate(2026, 6, 1), QTime(12, 0), QTimeZone::utc()};
+}
 
 /// What happens to the daemon in a phase.
 enum class Event
@@ -75,7 +79,7 @@ class TstEndings : public QObject
         }
         Timeline timeline;
         SimulatedDevice device(timeline, {}, QStringLiteral(DEVICE_ROOT));
-        ClockedDaemon daemon(u"UTC"_s, kNow, ClockedDaemon::Timers::FollowTheClock);
+        ClockedDaemon daemon(u"UTC"_s, now(), ClockedDaemon::Timers::FollowTheClock);
 
         std::atomic<pid_t> victim = 0; // 0: no action yet
         // On the thread of whoever sees the phase begin, while the daemon waits. The same once more is no new phase,
@@ -112,7 +116,7 @@ class TstEndings : public QObject
         run.end += device.run(lines);
         if (!gesture.isEmpty()) {
             run.end += hasLogged(gesture) ? QString() : u"no gesture"_s;
-            daemon.setClock(kNow.addSecs(5));
+            daemon.setClock(now().addSecs(5));
             run.end += device.run(u"call IsActionsEnabled"_s); // makes the daemon look at its timers at once
             run.end += hasLogged(u"timer elapsed"_s) ? QString() : u"no countdown"_s;
         }

@@ -47,7 +47,8 @@ struct Page
     ~Page()
     {
         bool isEnded = false;
-        QObject::connect(&session, &Session::ended, &session, [&isEnded] { isEnded = true; });
+        QObject::connect(&session, &Session::ended, &session,
+                         [&isEnded] { isEnded = true; }); // clazy:exclude=lambda-in-connect
         session.end();
         (void)QTest::qWaitFor([&isEnded] { return isEnded; }, kPatienceMs);
     }
