@@ -220,10 +220,8 @@ bool runFlood(int seconds, int rate)
             asked = static_cast<double>(clock.elapsed()) / 1000;
             watcher = new QDBusPendingCallWatcher(
                 QDBusConnection::sessionBus().asyncCall(makeCall(u"Reboot"_s, {u"flood"_s}), kTimeoutMs), &context);
-            QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &context,
-                             [&clock, &answered] {
-                                 answered = static_cast<double>(clock.elapsed()) / 1000; // s
-                             }); // clazy:exclude=lambda-in-connect
+            const auto noteAnswer = [&clock, &answered] { answered = static_cast<double>(clock.elapsed()) / 1000; };
+            QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &context, noteAnswer);
         }
         wait(1ms);
         if (clock.elapsed() / 1000 >= nextSecond) {
