@@ -38,7 +38,7 @@ CommandTable::CommandTable()
     m_commands.push_back(std::make_unique<ManualCommand>());
 }
 
-const std::vector<std::unique_ptr<Command>>& CommandTable::commands() const
+const std::vector<std::unique_ptr<Subcommand>>& CommandTable::commands() const
 {
     return m_commands;
 }

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
+#include "Subcommand.h"
 
 #include <memory>
 #include <vector>
@@ -13,11 +13,11 @@ class CommandTable
 public:
     CommandTable();
 
-    [[nodiscard]] const std::vector<std::unique_ptr<Command>>& commands() const;
+    [[nodiscard]] const std::vector<std::unique_ptr<Subcommand>>& commands() const;
 
     /// Describes all commands but the hidden ones.
     [[nodiscard]] QList<CommandDescription> descriptions() const;
 
 private:
-    std::vector<std::unique_ptr<Command>> m_commands;
+    std::vector<std::unique_ptr<Subcommand>> m_commands;
 };

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
+#include "Subcommand.h"
 
 /// Writes the completions for a shell, which packaging/completions/ keeps.
-class CompletionsCommand : public Command
+class CompletionsCommand : public Subcommand
 {
 public:
     [[nodiscard]] CommandDescription describe() const override;

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "DeviceState.h"
 
+#include "Moment.h"
 #include "Paths.h"
 #include "SessionBus.h"
 #include "Terminal.h"
@@ -101,11 +102,6 @@ QJsonValue orNull(const QString& text)
 QJsonObject serviceToJson(const DeviceState::Service& service)
 {
     return {{u"name"_s, service.name}, {u"present"_s, service.isPresent}, {u"problem"_s, orNull(service.problem)}};
-}
-
-QString clockText(const QDateTime& time)
-{
-    return time.toString(u"yyyy-MM-dd HH:mm:ss"_s);
 }
 
 } // namespace
@@ -263,7 +259,7 @@ QStringList DeviceState::toLines(const Terminal& terminal) const
                                                                                      durationText(time.secsTo(opens))));
     row(u"Last action"_s, lastAction ? u"%1 (%2), %3 ago, %4"_s.arg(lastAction->action, printable(lastAction->reason),
                                                                     durationText(lastAction->time.secsTo(time)),
-                                                                    clockText(lastAction->time))
+                                                                    momentText(lastAction->time))
                                      : terminal.styled(recordFault, Style::Dim));
     // As many services a line as fit.
     const auto serviceRow = [&](const QString& name, bool isPresent) {

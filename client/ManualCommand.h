@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
+#include "Subcommand.h"
 
 /// Writes the manual page, which packaging/man/ keeps.
-class ManualCommand : public Command
+class ManualCommand : public Subcommand
 {
 public:
     [[nodiscard]] CommandDescription describe() const override;

@@ -111,3 +111,8 @@ Moment Moment::parse(const QString& text, const QDateTime& now)
     }
     return moment;
 }
+
+QString momentText(const QDateTime& time)
+{
+    return time.toString(u"yyyy-MM-dd HH:mm:ss"_s);
+}

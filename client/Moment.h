@@ -20,3 +20,6 @@ struct Moment
 
 /// A time of day as a person gives it, "23:00" or "23:00:30"; invalid if it is none.
 [[nodiscard]] QTime parseTimeOfDay(const QString& text);
+
+/// A local time as the program shows it and as Moment reads it, "2026-03-08 07:30:00".
+[[nodiscard]] QString momentText(const QDateTime& time);

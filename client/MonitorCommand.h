@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
+#include "Subcommand.h"
 
 /// Writes a line for each event as it happens.
-class MonitorCommand : public Command
+class MonitorCommand : public Subcommand
 {
 public:
     [[nodiscard]] CommandDescription describe() const override;

@@ -2,15 +2,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
 #include "Operation.h"
+#include "Subcommand.h"
 
 class SessionBus;
 
 /// Base of the commands that make the power daemon do something. Checks the arguments, asks about what may surprise,
 /// sends the call, shows what goes on, and waits as long as the operation may take. With --dry-run, explains what would
 /// happen and sends nothing.
-class OperationCommand : public Command
+class OperationCommand : public Subcommand
 {
 public:
     [[nodiscard]] CommandDescription describe() const final;

@@ -71,7 +71,7 @@ ExitStatus Program::run(const QStringList& words)
         m_terminal.print(lines.join(u'\n'));
         return ExitStatus::Done;
     }
-    Command* command = takeCommand(rest);
+    Subcommand* command = takeCommand(rest);
     if (command == nullptr) {
         return ExitStatus::WrongUse;
     }
@@ -82,7 +82,7 @@ ExitStatus Program::run(const QStringList& words)
     return runCommand(*command, rest);
 }
 
-Command* Program::takeCommand(QStringList& words)
+Subcommand* Program::takeCommand(QStringList& words)
 {
     const QString first = words.takeFirst();
     QStringList firstWords;
@@ -115,7 +115,7 @@ Command* Program::takeCommand(QStringList& words)
     return nullptr;
 }
 
-ExitStatus Program::runCommand(Command& command, const QStringList& words)
+ExitStatus Program::runCommand(Subcommand& command, const QStringList& words)
 {
     const CommandDescription description = command.describe();
     QCommandLineParser parser;

@@ -20,8 +20,8 @@ public:
 
 private:
     /// Finds the command and takes its name off the words; complains, and returns null, if there is none.
-    [[nodiscard]] Command* takeCommand(QStringList& words);
-    [[nodiscard]] ExitStatus runCommand(Command& command, const QStringList& words);
+    [[nodiscard]] Subcommand* takeCommand(QStringList& words);
+    [[nodiscard]] ExitStatus runCommand(Subcommand& command, const QStringList& words);
 
     Terminal& m_terminal;
     CommandTable m_table;

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
+#include "Subcommand.h"
 
 /// Shows the state of the device's power.
-class StatusCommand : public Command
+class StatusCommand : public Subcommand
 {
 public:
     [[nodiscard]] CommandDescription describe() const override;

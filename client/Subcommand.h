@@ -9,12 +9,12 @@
 class Terminal;
 
 /// One command of the program. Commands stand in createCommands().
-class Command
+class Subcommand
 {
 public:
-    Command() = default;
-    virtual ~Command() = default;
-    Q_DISABLE_COPY_MOVE(Command)
+    Subcommand() = default;
+    virtual ~Subcommand() = default;
+    Q_DISABLE_COPY_MOVE(Subcommand)
 
     [[nodiscard]] virtual CommandDescription describe() const = 0;
 

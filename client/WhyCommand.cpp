@@ -3,6 +3,7 @@
 #include "WhyCommand.h"
 
 #include "ActionEvidence.h"
+#include "Moment.h"
 #include "Paths.h"
 #include "Terminal.h"
 
@@ -23,11 +24,6 @@ QDateTime bootTime()
     return QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch() - now.tv_sec);
 }
 
-QString clockText(const QDateTime& time)
-{
-    return time.toString(u"yyyy-MM-dd HH:mm:ss"_s);
-}
-
 /// Who may have asked, as far as the reason alone tells.
 QString askedByItself(const ReasonRecord& record)
 {
@@ -42,7 +38,7 @@ QString followedText(const ReasonRecord& record)
     const QDateTime boot = bootTime();
     const qint64 seconds = record.time.secsTo(boot);
     if (seconds >= 0) {
-        return u"the device started %1 later, at %2"_s.arg(durationText(seconds), clockText(boot));
+        return u"the device started %1 later, at %2"_s.arg(durationText(seconds), momentText(boot));
     }
     return u"the device has not started anew since: refused by the frequency service, still under way, or carried out "
            "without it"_s;
@@ -119,12 +115,12 @@ ExitStatus WhyCommand::run(const CommandArguments& arguments, Terminal& terminal
     };
     row(u"Action"_s, terminal.styled(record->action, Terminal::Style::Strong));
     row(u"Asked for"_s,
-        u"%1, %2 ago"_s.arg(clockText(record->time), durationText(record->time.secsTo(QDateTime::currentDateTime()))));
+        u"%1, %2 ago"_s.arg(momentText(record->time), durationText(record->time.secsTo(QDateTime::currentDateTime()))));
     row(u"Reason"_s,
         u"%1: %2"_s.arg(record->reason.isEmpty() ? u"(none)"_s : printable(record->reason), record->meaning()));
     if (evidence.caller) {
         row(u"Asked by"_s, printable(evidence.caller->toText()));
-        row(u"Request"_s, u"%1 at %2%3"_s.arg(printable(evidence.request), clockText(evidence.askedAt),
+        row(u"Request"_s, u"%1 at %2%3"_s.arg(printable(evidence.request), momentText(evidence.askedAt),
                                               evidence.answer.isEmpty() ? u"; no answer seen"_s
                                                                         : u"; "_s + printable(evidence.answer)));
     } else {

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
+#include "Subcommand.h"
 
 /// Explains the recorded reboot or shutdown.
-class WhyCommand : public Command
+class WhyCommand : public Subcommand
 {
 public:
     [[nodiscard]] CommandDescription describe() const override;

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
+#include "Subcommand.h"
 
 /// Finds what is wrong with zone files.
-class ZonesCheckCommand : public Command
+class ZonesCheckCommand : public Subcommand
 {
 public:
     [[nodiscard]] CommandDescription describe() const override;

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
+#include "Subcommand.h"
 
 /// Explains which zone a charge selects, and why.
-class ZonesExplainCommand : public Command
+class ZonesExplainCommand : public Subcommand
 {
 public:
     [[nodiscard]] CommandDescription describe() const override;

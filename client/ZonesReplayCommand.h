@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
+#include "Subcommand.h"
 
 /// Plays a recorded day of charges against a zone file.
-class ZonesReplayCommand : public Command
+class ZonesReplayCommand : public Subcommand
 {
 public:
     [[nodiscard]] CommandDescription describe() const override;

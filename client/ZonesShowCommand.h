@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Command.h"
+#include "Subcommand.h"
 
 /// Shows which zone has which charges.
-class ZonesShowCommand : public Command
+class ZonesShowCommand : public Subcommand
 {
 public:
     [[nodiscard]] CommandDescription describe() const override;
