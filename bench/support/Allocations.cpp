@@ -22,19 +22,19 @@ void* libraryMalloc(std::size_t size) asm("__libc_malloc");
 void* libraryCalloc(std::size_t count, std::size_t size) asm("__libc_calloc");
 void* libraryRealloc(void* memory, std::size_t size) asm("__libc_realloc");
 
-void* malloc(std::size_t size)
+void* malloc(std::size_t size) noexcept
 {
     ++allocations;
     return libraryMalloc(size);
 }
 
-void* calloc(std::size_t count, std::size_t size)
+void* calloc(std::size_t count, std::size_t size) noexcept
 {
     ++allocations;
     return libraryCalloc(count, size);
 }
 
-void* realloc(void* memory, std::size_t size)
+void* realloc(void* memory, std::size_t size) noexcept
 {
     ++allocations;
     return libraryRealloc(memory, size);
