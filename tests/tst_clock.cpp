@@ -114,6 +114,10 @@ private Q_SLOTS:
             u"2028-02-29 06:30:00"_s);
         row("out of a leap day", u"UTC"_s, u"2028-02-29T22:00:00Z"_s, eleven, morning, 3600, u"2028-03-01 06:30:00"_s,
             u"2028-03-01 06:30:00"_s);
+        // On a system with 32-bit times, Qt's clock ends then.
+        if (SYSTEM_TIME_BYTES < 8) {
+            return;
+        }
         row("asleep as 31 bits of seconds end", u"UTC"_s, u"2038-01-19T02:00:00Z"_s, u"03:00:00"_s, u"04:00:00"_s, 3600,
             u"2038-01-19 04:00:00"_s, u"2038-01-19 04:00:00"_s);
         row("armed as 31 bits of seconds end", u"UTC"_s, u"2038-01-19T03:14:07Z"_s, u"03:14:09"_s, u"04:00:00"_s, 2,

@@ -11,7 +11,6 @@ ClockedDaemon::ClockedDaemon(const QString& zone, const QDateTime& time, Timers 
     setClock(time);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"TZ"_s, zone);
-    environment.insert(u"LD_PRELOAD"_s, QStringLiteral(LIBFAKETIME));
     environment.insert(u"FAKETIME_TIMESTAMP_FILE"_s, m_folder.filePath(u"clock"_s));
     environment.insert(u"FAKETIME_NO_CACHE"_s, u"1"_s);
     environment.insert(u"FAKETIME_FMT"_s, u"%s"_s);
