@@ -297,7 +297,12 @@ void HttpServer::acceptConnections()
             break;
         }
         if (makeRoom()) {
-            (void)MHD_add_connection(m_daemon, connection, reinterpret_cast<const sockaddr*>(&address), length);
+            // Counted here: libmicrohttpd 1.0 tells of a connection only when it runs.
+            m_connections[connection].since.start();
+            if (MHD_add_connection(m_daemon, connection, reinterpret_cast<const sockaddr*>(&address), length) !=
+                MHD_YES) {
+                m_connections.remove(connection);
+            }
         } else {
             (void)::send(connection, kBusy, sizeof(kBusy) - 1, MSG_NOSIGNAL);
             ::close(connection);
