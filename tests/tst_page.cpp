@@ -20,6 +20,8 @@
 
 #include <csignal>
 
+#include <sys/resource.h>
+
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -87,6 +89,22 @@ QJsonArray rowWith(PageClient& client, const QString& text)
             }
         }
     }
+}
+
+/// What the page's address answers to somebody new.
+int statusOfPage(const PageServer& server)
+{
+    PageClient client(server.address());
+    return client.ask(client.get("/") + "\r\n");
+}
+
+/// Files that this process may have open from now on, as far as the system lets it.
+void allowDescriptors(rlim_t count)
+{
+    rlimit limit = {};
+    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    limit.rlim_cur = std::max(limit.rlim_cur, std::min(limit.rlim_max, count));
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &limit), 0);
 }
 
 LogLine logLine(const QString& message)
@@ -213,6 +231,40 @@ private Q_SLOTS:
         QCOMPARE(served.ask(served.get("/") + "\r\n"), 200);
     }
 
+    // A thousand peers that begin a request and never end it: a byte at a time, so that none of them is idle.
+    void thousandSlowConnections()
+    {
+        allowDescriptors(4096);
+        Page page(allServices());
+        PageClient tab(page.server.address());
+        QVERIFY(tab.openStream());
+        std::vector<std::unique_ptr<PageClient>> slow;
+        for (int i = 0; i < 1000; ++i) {
+            slow.push_back(std::make_unique<PageClient>(page.server.address()));
+        }
+        QTimer dripping;
+        connect(&dripping, &QTimer::timeout, this, [&slow] {
+            for (const std::unique_ptr<PageClient>& client : slow) {
+                if (client->socket.state() == QAbstractSocket::ConnectedState) {
+                    client->socket.write("G");
+                }
+            }
+        });
+        dripping.start(50ms);
+
+        const auto refused = [&slow] {
+            return std::count_if(slow.begin(), slow.end(), [](const std::unique_ptr<PageClient>& client) {
+                return client->socket.state() == QAbstractSocket::UnconnectedState;
+            });
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(refused() > 1000 - HttpServer::kMostConnections, kPatienceMs);
+        // Those that have a place lose it to one who asks for something.
+        QTRY_COMPARE_WITH_TIMEOUT(statusOfPage(page.server), 200, kPatienceMs);
+        QVERIFY(refused() < 1000);
+        tab.send({{u"id"_s, 1}, {u"run"_s, u"note still here"_s}});
+        QCOMPARE(tab.answerTo(1).value(u"ok"_s), true);
+    }
+
     void streamShowsWhatHappens()
     {
         Page page;
@@ -271,10 +323,10 @@ private Q_SLOTS:
         row("deep", QByteArray(60'000, '['), u"found no JSON object (too deeply nested document), expected one"_s);
         row("unknown", R"({"fly": true})",
             u"found a request with the members fly, expected one of run, play, stop, complete, event, check, "
-            "installZones, saveScenario, clear, from with a value of its type"_s);
+            "installZones, saveScenario, clear, from, farewell with a value of its type"_s);
         row("wrong type", R"({"run": 5})",
             u"found a request with the members run, expected one of run, play, stop, complete, event, check, "
-            "installZones, saveScenario, clear, from with a value of its type"_s);
+            "installZones, saveScenario, clear, from, farewell with a value of its type"_s);
         row("too long", R"({"run": ")" + QByteArray(70'000, '#') + R"("})",
             u"found 70011 bytes, expected at most 65536"_s);
         row("wrong line", R"({"run": "charge 5\ncharge 101"})",
@@ -367,12 +419,15 @@ private Q_SLOTS:
         QVERIFY(slow.openStream() && quick.openStream());
         QVERIFY(!slow.frameWith(u"hello"_s).isEmpty());
         slow.socket.setReadBufferSize(1);
-        bool isDropped = false;
-        connect(&slow.socket, &QTcpSocket::disconnected, this, [&isDropped] { isDropped = true; });
 
-        // Until the kernel's buffers are full.
-        const QString text(20'000, u'x');
-        QTRY_VERIFY_WITH_TIMEOUT((page.timeline.note(text), page.server.tabCount() == 1), kPatienceMs);
+        // Until the kernel's buffers are full, of which each end may have several megabytes.
+        const auto isDropped = [&page] {
+            for (int i = 0; i < 50; ++i) {
+                page.timeline.note(QString(20'000, u'x'));
+            }
+            return page.server.tabCount() == 1;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(isDropped(), kPatienceMs);
 
         quick.send({{u"id"_s, 1}, {u"run"_s, u"note still here"_s}});
         QCOMPARE(quick.answerTo(1).value(u"ok"_s), true);
@@ -414,6 +469,35 @@ private Q_SLOTS:
         PageClient third(page.server.address());
         QVERIFY(third.openStream());
         QCOMPARE(third.frameWith(u"hello"_s).value(u"hello"_s).toObject().value(u"first"_s).toInteger(), cleared);
+    }
+
+    void tabThatGoesTakesItsLeave()
+    {
+        Page page;
+        PageClient going(page.server.address());
+        PageClient other(page.server.address());
+        QVERIFY(going.openStream() && other.openStream());
+
+        going.send({{u"id"_s, 1}, {u"farewell"_s, u"release seek-"_s}});
+        QCOMPARE(going.answerTo(1).value(u"ok"_s), true);
+        going.send({{u"id"_s, 2}, {u"farewell"_s, u"release"_s}}); // wrong: the one before stays
+        QCOMPARE(going.answerTo(2).value(u"ok"_s), false);
+        going.send({{u"id"_s, 3}, {u"run"_s, u"press seek-"_s}, {u"now"_s, true}});
+        QTRY_VERIFY(other.state(u"buttons"_s).toObject().value(u"seek-"_s).isDouble());
+        going.socket.abort();
+        QTRY_VERIFY(other.state(u"buttons"_s).toObject().value(u"seek-"_s).isNull());
+    }
+
+    void longZoneFileIsNotShown()
+    {
+        Page page(allServices());
+        QString error;
+        QVERIFY(page.session.simulator().files().writeZones("[Full]\n" + QByteArray(300'000, ';'), &error));
+        PageClient client(page.server.address());
+        QVERIFY(client.openStream());
+        QTRY_VERIFY(client.state(u"zones"_s).isArray());
+        QVERIFY(client.state(u"zones"_s).toArray().isEmpty());
+        QVERIFY(client.state(u"zoneFile"_s).isNull());
     }
 
     void zoneFileIsCheckedAndInstalled()

@@ -46,6 +46,9 @@ constexpr std::pair<QLatin1StringView, QLatin1StringView> kButtons[] = {
     {QLatin1StringView("power|atmega_low_power"), QLatin1StringView("low_power")},
 };
 
+/// A longer zone file is no reading, and each tab would get it with its first frame.
+constexpr qsizetype kMostZoneFile = qsizetype{256} * 1024;
+
 } // namespace
 
 DeviceView::DeviceView(Session& session, QObject* parent)
@@ -96,12 +99,14 @@ void DeviceView::readZones()
         return;
     }
     const QByteArray content = readZoneFile(m_simulator.files().zoneFile());
-    m_zoneFile = QString::fromUtf8(content);
-    m_zones = toJson(ZoneTable(parseZones(content)));
+    const QJsonArray zones = toJson(ZoneTable(parseZones(content)));
     m_zoneByName.clear();
-    for (const auto& zone : std::as_const(m_zones)) {
+    for (const auto& zone : zones) {
         m_zoneByName.insert(zone.toObject().value(u"name"_s).toString(), zone.toObject());
     }
+    const bool isShown = content.size() <= kMostZoneFile;
+    m_zoneFile = isShown ? QJsonValue(QString::fromUtf8(content)) : QJsonValue();
+    m_zones = isShown ? zones : QJsonArray();
 }
 
 QJsonArray DeviceView::toJson(const ZoneTable& table)

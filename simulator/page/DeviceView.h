@@ -50,8 +50,8 @@ private:
     CpuLoad m_cpuLoad;
     double m_loadPercent = 0;
     int m_userData = 0;
-    QString m_record;   ///< the reason record; null: there is none
-    QString m_zoneFile; ///< its text, as the power daemon has read it
+    QString m_record;      ///< the reason record; null: there is none
+    QJsonValue m_zoneFile; ///< its text, as the power daemon has read it; null: too long to be shown
     QJsonArray m_zones;
     QHash<QString, QJsonObject> m_zoneByName;
     int m_zoneFileReads = -1;                ///< of the daemon, when the zones were read here

@@ -4,6 +4,7 @@
 
 #include "Completion.h"
 #include "DeviceView.h"
+#include "Scenario.h"
 #include "ScenarioWriter.h"
 #include "ZoneLinter.h"
 #include "ZoneReader.h"
@@ -71,6 +72,7 @@ void PageRequests::take(const QByteArray& frame)
         {"saveScenario", QJsonValue::Object, &PageRequests::saveScenario},
         {"clear", QJsonValue::Bool, &PageRequests::clear},
         {"from", QJsonValue::Double, &PageRequests::position},
+        {"farewell", QJsonValue::String, &PageRequests::setFarewell},
     };
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(frame, &error);
@@ -108,6 +110,11 @@ QJsonObject PageRequests::source() const
     return {{u"isIdle"_s, m_lines.isIdle() && m_scenario.isIdle() && m_controls.isIdle()},
             {u"line"_s, orNull(shown.line())},
             {u"scenario"_s, orNull(m_scenario.origin())}};
+}
+
+QString PageRequests::farewell() const
+{
+    return m_farewell;
 }
 
 void PageRequests::answer(const QJsonValue& id, bool isGood, const QString& text)
@@ -235,4 +242,15 @@ void PageRequests::clear(const QJsonObject& request)
 void PageRequests::position(const QJsonObject& request)
 {
     Q_EMIT positioned(wholeNumber(request.value(u"from"_s)).value_or(0));
+}
+
+void PageRequests::setFarewell(const QJsonObject& request)
+{
+    const QString lines = request.value(u"farewell"_s).toString();
+    QString error;
+    const bool isGood = parseScenario(lines, u"page"_s, 1, m_session.simulator().catalogue(), &error).has_value();
+    if (isGood) {
+        m_farewell = lines;
+    }
+    answer(request.value(u"id"_s), isGood, error);
 }

@@ -35,6 +35,9 @@ public:
     /// What the tab's own lines are doing, as its state shows it.
     [[nodiscard]] QJsonObject source() const;
 
+    /// Lines to carry out when the tab goes away, such as the release of a button that it holds; empty: none.
+    [[nodiscard]] QString farewell() const;
+
     /// No frame may be longer; those without a zone file are shorter than kMostBytes.
     static constexpr qsizetype kMostBytesWithFile = qsizetype{1024} * 1024;
     static constexpr qsizetype kMostBytes = qsizetype{64} * 1024;
@@ -63,6 +66,7 @@ private:
     void saveScenario(const QJsonObject& request);
     void clear(const QJsonObject& request);
     void position(const QJsonObject& request);
+    void setFarewell(const QJsonObject& request);
 
     Session& m_session;
     RowLog& m_rows;
@@ -71,4 +75,5 @@ private:
     TabSource m_lines;    ///< the command line's
     TabSource m_controls; ///< what does not wait for the lines: buttons, sliders
     TabSource m_scenario; ///< the scenario that is played
+    QString m_farewell;
 };

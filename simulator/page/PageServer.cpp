@@ -64,6 +64,7 @@ PageServer::PageServer(Session& session, const Settings& settings, QObject* pare
       m_history(session),
       m_scenarios(settings.scenarioFolder),
       m_begin(QDateTime::currentDateTimeUtc().addMSecs(-session.simulator().timeline().elapsedMs())),
+      m_farewells(session),
       m_showTimer(this),
       m_secondTimer(this)
 {
@@ -186,6 +187,10 @@ void PageServer::removeTab(Tab* tab)
 {
     m_tabs.removeOne(tab);
     tab->deleteLater();
+    QString error;
+    if (!tab->farewell().isEmpty()) {
+        (void)m_farewells.load({}, tab->farewell(), u"page"_s, &error); // checked when it came
+    }
     if (m_tabs.isEmpty()) {
         m_showTimer.stop();
         m_secondTimer.stop();

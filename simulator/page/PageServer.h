@@ -9,6 +9,7 @@
 #include "RowLog.h"
 #include "ScenarioFolder.h"
 #include "Session.h"
+#include "TabSource.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -81,6 +82,7 @@ private:
     QJsonArray m_scenarioNames; ///< at the last second
     QDateTime m_begin;          ///< time 0 of the timeline, UTC
     QList<Tab*> m_tabs;         ///< children
+    TabSource m_farewells;      ///< of tabs that have gone
     QTimer m_showTimer;
     QTimer m_secondTimer; ///< runs while a tab is open
 };

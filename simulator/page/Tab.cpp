@@ -97,3 +97,8 @@ void Tab::dropIfStalled(qint64 patienceMs)
         m_socket.drop();
     }
 }
+
+QString Tab::farewell() const
+{
+    return m_requests.farewell();
+}

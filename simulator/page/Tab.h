@@ -37,6 +37,9 @@ public:
     /// Drops the connection if it has taken nothing for that time.
     void dropIfStalled(qint64 patienceMs);
 
+    /// Lines to carry out when it has gone.
+    [[nodiscard]] QString farewell() const;
+
 Q_SIGNALS:
     /// There is something to show.
     void due();

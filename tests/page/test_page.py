@@ -462,7 +462,7 @@ class Tabs(PageTest):
         browser.driver.switch_to.window(first)
         browser.until_text("#connection", "Connected")
         browser.until_text("#charge-text", "100 %")
-        browser.until_row("command", "release seek-")
+        browser.until_attribute(Buttons.SEEK, "aria-pressed", "false")
         browser.actions().release().perform()
         browser.run("charge 66")
         browser.until_row("command", "charge 66")

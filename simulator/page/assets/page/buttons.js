@@ -3,8 +3,8 @@
 
 // The device's buttons: pressed for as long as one holds them, with the ring of the gestures' 5 s.
 //
-// A button that was pressed here is released here, whatever happens: the pointer is lost, the window loses the focus, the
-// connection ends (then as soon as it is back).
+// A button that was pressed here is released, whatever happens: here if the pointer is lost or the window loses the focus,
+// by the simulator if the connection ends.
 
 import {byId, make, makeSvg, setAttribute, setText} from "./dom.js";
 
@@ -40,12 +40,12 @@ class HoldButton {
   #ring;
   #time;
   #isPressed = false;
-  #isOwed = false; // a release that could not be sent
-  #control;
+  #change;
 
-  constructor(button, control) {
+  /** @param {(line: string) => void} change  carries out a line behind each press and release */
+  constructor(button, change) {
     this.#button = button;
-    this.#control = control;
+    this.#change = change;
     this.#ring = makeSvg("circle", {
       "class": "ring-value", cx: 32, cy: 32, r: ringRadius, pathLength: 1, "stroke-dasharray": "0 1",
     });
@@ -86,29 +86,25 @@ class HoldButton {
   press() {
     if (!this.#isPressed) {
       this.#isPressed = true;
-      this.#control(this.#button.press);
+      this.#change(this.#button.press);
     }
   }
 
   release() {
     if (this.#isPressed) {
       this.#isPressed = false;
-      this.#control(this.#button.release);
+      this.#change(this.#button.release);
     }
   }
 
-  /** The connection has ended: the release has to wait. */
-  owe() {
-    this.#isOwed ||= this.#isPressed;
+  /** The connection has ended, and the simulator has released it. */
+  forget() {
     this.#isPressed = false;
   }
 
-  /** The connection is back. */
-  settle() {
-    if (this.#isOwed) {
-      this.#isOwed = false;
-      this.#control(this.#button.release);
-    }
+  /** The line that is to be carried out if the page goes away now; empty: none. */
+  get farewell() {
+    return this.#isPressed ? this.#button.release : "";
   }
 
   /** @param {Object<string, number|null>} held  since when each button is held, on the timeline's clock */
@@ -129,10 +125,14 @@ class HoldButton {
 /**
  * @param {import("./state.js").State} state
  * @param {(line: string) => void} control
+ * @param {(lines: string) => void} setFarewell  says what is to be carried out if the page goes away
  * @returns {{onConnection: (isOpen: boolean) => void}}  to call when the connection has opened or ended
  */
-export function showButtons(state, control) {
-  const all = buttons.map(button => new HoldButton(button, control));
+export function showButtons(state, control, setFarewell) {
+  const all = buttons.map(button => new HoldButton(button, line => {
+    setFarewell(all.map(each => each.farewell).filter(Boolean).join("\n"));
+    control(line);
+  }));
   byId("buttons").append(...all.map(button => button.element));
 
   let isDrawing = false;
@@ -150,5 +150,5 @@ export function showButtons(state, control) {
   addEventListener("blur", releaseAll);
   addEventListener("pagehide", releaseAll);
   document.addEventListener("visibilitychange", () => document.hidden && releaseAll());
-  return {onConnection: isOpen => all.forEach(button => (isOpen ? button.settle() : button.owe()))};
+  return {onConnection: isOpen => isOpen || all.forEach(button => button.forget())};
 }

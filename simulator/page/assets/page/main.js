@@ -39,7 +39,7 @@ async function control(line, ...texts) {
   showTrouble(answer);
 }
 
-const buttons = showButtons(state, control);
+const buttons = showButtons(state, control, lines => stream.ask({farewell: lines}));
 const commandLine = new CommandLine(stream);
 const timeline = new TimelineView(n => stream.send({event: n}));
 const samples = showPlots(state);

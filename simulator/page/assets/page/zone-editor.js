@@ -35,7 +35,17 @@ export class ZoneEditor {
 
   /** Puts the device's zone file into the editor. */
   #load() {
-    this.#text.value = this.#state.values.zoneFile ?? "";
+    const file = this.#state.values.zoneFile;
+    for (const control of [this.#text, byId("zones-install")]) {
+      control.disabled = file === null;
+    }
+    if (file === null) {
+      this.#text.value = "";
+      this.#loaded = "";
+      this.#say("The device's zone file is too long for this page; edit it where it is.", "bad");
+      return;
+    }
+    this.#text.value = file ?? "";
     this.#loaded = this.#text.value; // with the line ends that the editor gives it
     this.#text.setSelectionRange(0, 0);
     this.#text.scrollTop = 0;
