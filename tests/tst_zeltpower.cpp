@@ -118,6 +118,7 @@ public:
 private:
     void leave()
     {
+        m_bus.unregisterObject(m_description.objectPath); // not to be met while the connection is closed
         m_bus = QDBusConnection(u"none"_s);
         QDBusConnection::disconnectFromBus(u"fake daemon"_s);
     }

@@ -128,6 +128,8 @@ void SimulatedService::stop()
     if (isRunning()) {
         // The bus notices the end of a connection some time later; a restart wants the name at once.
         QDBusConnection(m_connectionName).unregisterService(m_description.busName);
+        // Qt closes the connection on a thread of its own, which must not meet an object that ends meanwhile.
+        QDBusConnection(m_connectionName).unregisterObject(m_description.objectPath);
         QDBusConnection::disconnectFromBus(m_connectionName);
         m_connectionName.clear();
         m_heldReplies.clear();
