@@ -70,6 +70,7 @@ private Q_SLOTS:
     void HardResetTimer_Elapsed();
 
 private:
+    friend class TstFactoryRestore; ///< begins a recovery, as nothing in this daemon does
     Q_DISABLE_COPY_MOVE(FactoryRestoreManager)
 
     /// Writes the factory table up to the first row that fails. @return whether all rows were written

@@ -312,6 +312,45 @@ private Q_SLOTS:
         QCOMPARE(take(), refused + QStringList{kSoftRefused});
     }
 
+    void recoveryIsFollowed_data()
+    {
+        const Table<int, QByteArray, QStringList, int, bool> row("status", "script", "log", "resets", "pending");
+        const QString completed = u"log 4 Software Recovery COMPLETED "_s;
+        const QString failed =
+            u"log 1 HARD FACTORY RESET (includes SOFT) failed (can't execute post_factory_restore.sh)"_s;
+        row("started", 1, "exit 0", {u"log 4 >>> Software Recovery STARTED"_s}, 0, true);
+        row("completed, whatever the script's status", 2, "exit 3",
+            {completed, u"log 2 HARD FACTORY RESET (includes SOFT) completed"_s}, 1, false);
+        row("completed, no script", 2, "", {completed, failed}, 0, false);
+        row("failed", 3, "exit 0", {u"log 4 Software Recovery FAILED "_s}, 0, false);
+        row("unknown", 4, "exit 0", {}, 0, true);
+    }
+
+    void recoveryIsFollowed()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, script);
+        QFETCH(QStringList, log);
+        QFETCH(int, resets);
+        QFETCH(bool, pending);
+        const QString file = paths::postFactoryRestoreScript();
+        QFile::remove(file);
+        if (!script.isEmpty()) {
+            writeFile(file, "#!/bin/sh\n" + script + '\n');
+            QVERIFY(QFile::setPermissions(file, QFile::ReadOwner | QFile::ExeOwner));
+        }
+        const QSignalSpy spy(m_manager.get(), &FactoryRestoreManager::ResetCompleted);
+        m_manager->m_recoveryPending = true;
+        m_manager->m_resetRunning = true;
+
+        m_manager->UpgradeStatusChanged(status);
+
+        QCOMPARE(take(), log);
+        QCOMPARE(spy.size(), resets);
+        QCOMPARE(m_manager->m_recoveryPending, pending);
+        QCOMPARE(m_manager->m_resetRunning, pending);
+    }
+
     void whatFailsStopsNoHardReset()
     {
         // The script is missing, too.

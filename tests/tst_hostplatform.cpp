@@ -353,6 +353,9 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(gpioFile(u"gpio2"_s)));
         QCOMPARE(mkfifo(qPrintable(gpioFile(u"gpio2/value"_s)), 0600), 0);
         QCOMPARE(LIBGPIO_set_enabled(2, 1), -ENXIO);
+        QVERIFY(QDir().mkpath(gpioFile(u"gpio3"_s)));
+        QVERIFY(QFile::link(u"/dev/full"_s, gpioFile(u"gpio3/value"_s)));
+        QCOMPARE(LIBGPIO_set_enabled(3, 1), -ENOSPC);
         QCOMPARE(LIBGPIO_get_enabled(-1, &value), -EINVAL);
         QCOMPARE(LIBGPIO_set_enabled(-1, 1), -EINVAL);
         QCOMPARE(LIBGPIO_get_enabled(1, nullptr), -EINVAL);

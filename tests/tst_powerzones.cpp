@@ -10,6 +10,7 @@
 #include <QRegularExpression>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -212,6 +213,22 @@ private Q_SLOTS:
         QCOMPARE(mkfifo(qPrintable(paths::zoneFile()), 0600), 0); // opening it would block until there is a writer
         QVERIFY(manager.reload());
         QCOMPARE(manager.setBatteryCharge(50), -1);
+    }
+
+    void withoutADescriptorThereAreNoZones()
+    {
+        const QByteArray content = "[A]\nhigh_treshold=100\n";
+        rlimit limit = {};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &limit), 0);
+        const int next = dup(0);
+        close(next);
+        const rlimit none{static_cast<rlim_t>(next), limit.rlim_max};
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &none), 0);
+        const QList<PowerZone> zones = parseZones(content);
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &limit), 0);
+
+        QVERIFY(zones.isEmpty());
+        QCOMPARE(parseZones(content).size(), 1);
     }
 
     void chargeWithoutZoneKeepsTheZone()
