@@ -256,6 +256,18 @@ private Q_SLOTS:
         QCOMPARE(take().filter(kFailure), off + between + off + QStringList{u"call freqmanager.Reboot()"_s});
     }
 
+    void missingStoreLeavesTheVolumeAsItIs()
+    {
+        QCOMPARE(arrange(u"light on\nstop configmanager"_s), QString());
+
+        QCOMPARE(manager().Suspend(kLongPast), 0);
+
+        static const QRegularExpression kStoreAndLight(u"onfiguration|config|olume|sound|[.]Switch"_s);
+        QCOMPARE(take().filter(kStoreAndLight),
+                 (QStringList{u"call lightmanager.Switch(false)"_s, u"log 2 Error creating Configuration manager"_s,
+                              u"call lightmanager.Switch(true)"_s, u"call lightmanager.Switch(false)"_s}));
+    }
+
     void onlyWhatWasOnIsRestored()
     {
         QCOMPARE(arrange(u"light off\nrgb off\ncamera on\nconfig SOUND masterVolume loud"_s), QString());
