@@ -707,6 +707,7 @@ private Q_SLOTS:
     {
         const Table<QString, QStringList, int> row("line", "words", "from");
         row("first word", u"rep"_s, {u"repair"_s}, 0);
+        row("only from a word's begin", u"epair"_s, {}, 0);
         row("service of a member", u"fail li"_s, {u"lightmanager."_s}, 5);
         row("member", u"fail lightmanager.GetS"_s, {u"lightmanager.GetSwitch"_s}, 5);
         row("only what a signal can show", u"fail lightmanager.LedSwitch "_s,
