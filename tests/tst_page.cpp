@@ -238,9 +238,9 @@ private Q_SLOTS:
         Page page(allServices());
         PageClient tab(page.server.address());
         QVERIFY(tab.openStream());
-        std::vector<std::unique_ptr<PageClient>> slow;
-        for (int i = 0; i < 1000; ++i) {
-            slow.push_back(std::make_unique<PageClient>(page.server.address()));
+        std::vector<std::unique_ptr<PageClient>> slow(1000);
+        for (std::unique_ptr<PageClient>& client : slow) {
+            client = std::make_unique<PageClient>(page.server.address());
         }
         QTimer dripping;
         connect(&dripping, &QTimer::timeout, this, [&slow] {
