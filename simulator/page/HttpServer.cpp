@@ -223,11 +223,8 @@ struct HttpServer::Callbacks
 
     static void onConnection(void* closure, MHD_Connection* connection, void**, MHD_ConnectionNotificationCode code)
     {
-        auto* server = static_cast<HttpServer*>(closure);
-        if (code == MHD_CONNECTION_NOTIFY_STARTED) {
-            server->m_connections[descriptorOf(connection)].since.start();
-        } else {
-            server->m_connections.remove(descriptorOf(connection));
+        if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+            static_cast<HttpServer*>(closure)->m_connections.remove(descriptorOf(connection));
         }
     }
 };
@@ -297,7 +294,7 @@ void HttpServer::acceptConnections()
             break;
         }
         if (makeRoom()) {
-            // Counted here: libmicrohttpd 1.0 tells of a connection only when it runs.
+            // Counted here, as libmicrohttpd 1.0 tells of a new connection only when it runs.
             m_connections[connection].since.start();
             if (MHD_add_connection(m_daemon, connection, reinterpret_cast<const sockaddr*>(&address), length) !=
                 MHD_YES) {
