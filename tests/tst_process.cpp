@@ -200,7 +200,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!isOnBus(), kPatienceMs); // the bus may notice later
         const QStringList lines = daemon.lines();
         const QString form =
-            u"^4 /com/quillmark/zelt/powermanager/%1 \\[main\\.cpp:\\d+\\] int main\\(int, char\\*\\*\\): %2$"_s;
+            u"^4 /com/quillmark/zelt/powermanager/%1 \\[main\\.cpp:\\d+\\] int main\\(int, char ?\\*\\*\\): %2$"_s;
         const QRegularExpression first(form.arg(u"logobj"_s, u"Starting Power Manager\\.\\.\\."_s));
         const QRegularExpression last(form.arg(u"powerobj"_s, u"Succesfully terminated"_s));
         QVERIFY2(first.match(lines.first()).hasMatch(), qPrintable(lines.first()));
