@@ -29,6 +29,7 @@ enum class Event
 {
     None, ///< it is asked to end when all is done
     Termination,
+    BusLoss,
 };
 
 /// What it came to.
@@ -52,8 +53,8 @@ QString difference(const QStringList& found, const QStringList& expected)
 
 } // namespace
 
-/// The real executable, asked to end in every phase of every power action, that is, each pause and
-/// each call of a service. Its pauses and its clock are the test's.
+/// The real executable, asked to end, or left without its bus, in every phase of every power action, that is, each
+/// pause and each call of a service. Its pauses and its clock are the test's.
 class TstEndings : public QObject
 {
     Q_OBJECT
@@ -81,17 +82,17 @@ class TstEndings : public QObject
         SimulatedDevice device(timeline, {}, QStringLiteral(DEVICE_ROOT));
         ClockedDaemon daemon(u"UTC"_s, now(), ClockedDaemon::Timers::FollowTheClock);
 
-        std::atomic<pid_t> victim = 0; // 0: no action yet
+        std::atomic<pid_t> victim = 0; // daemon or bus; 0: no action yet
         // On the thread of whoever sees the phase begin, while the daemon waits. The same once more is no new phase,
         // nor is the next setting of a factory reset.
-        const auto onStep = [&run, &victim, phase](const QString& step) {
+        const auto onStep = [&run, &victim, phase, event](const QString& step) {
             const QString name = step.endsWith(u"tStringValue") ? u"settings"_s : step;
             if (victim == 0 || (!run.phases.isEmpty() && run.phases.constLast() == name)) {
                 return;
             }
             run.phases.append(name);
             if (run.phases.size() - 1 == phase) {
-                (void)::kill(victim, SIGTERM);
+                (void)::kill(victim, event == Event::BusLoss ? SIGKILL : SIGTERM);
             }
         };
         device.invoke([&onStep](Simulator& simulator) {
@@ -112,7 +113,7 @@ class TstEndings : public QObject
         daemon.start();
         run.end = device.run(u"expect daemon up within 10"_s);
         timeline.clear();
-        victim = static_cast<pid_t>(daemon.processId());
+        victim = static_cast<pid_t>((event == Event::BusLoss ? bus : static_cast<QProcess&>(daemon)).processId());
         run.end += device.run(lines);
         if (!gesture.isEmpty()) {
             run.end += hasLogged(gesture) ? QString() : u"no gesture"_s;
@@ -139,7 +140,7 @@ class TstEndings : public QObject
                 return answer != nullptr && answer->service == events::kPowerDaemon;
             });
         };
-        if (gesture.isEmpty()) {
+        if (gesture.isEmpty() && event != Event::BusLoss) {
             (void)QTest::qWaitFor(isAnswered, kPatienceMs); // the calls are compared
         }
         run.log = daemon.log().split(u'\n', Qt::SkipEmptyParts);
@@ -191,6 +192,18 @@ private Q_SLOTS:
             QCOMPARE(place + asked.end, place + u"0"_s);
             QCOMPARE(place + difference(asked.log, whole.log), place);
             QCOMPARE(place + difference(asked.calls, whole.calls), place);
+
+            // Without the bus, the action runs on to its end, in which all calls fail at once.
+            const Run cut = play(lines, gesture, Event::BusLoss, phase);
+            QCOMPARE(place + cut.end, place + u"255"_s);
+            QCOMPARE(cut.phases.first(phase + 1), whole.phases.first(phase + 1));
+            const QStringList calls =
+                cut.calls.filter(QRegularExpression(u"^call "_s)); // the answer is the client's own
+            QCOMPARE(place + difference(calls, whole.calls.mid(0, calls.size())), place);
+            QVERIFY2(cut.log.size() > 2 &&
+                         cut.log.at(cut.log.size() - 2).endsWith(u"DBUS: Session bus lost. Exiting..."),
+                     qPrintable(place + cut.log.join(u'\n')));
+            QCOMPARE(cut.log.constLast(), whole.log.constLast());
         }
     }
 };

@@ -36,6 +36,7 @@ private Q_SLOTS:
         row("older kernel", "cpu  1 2 3 4 5 6 7 8 9", 10, 0, 0);
         row("a counter more", "cpu  1 2 3 4 5 6 7 8 9 10 11", 12, 0, 0);
         row("empty", "", 0, 0, 0);
+        row("another name", "9 1 2 4 8 16 32 64 128 256 512", 11, 1023, 7);
         row("blanks", "   cpu   1 2 3 4 5 6 7 8 9 10  ", 11, 55, 6);
         row("no numbers", "cpu one -2 0x3 4. 5 6 7 8 9 \xff", 11, 33, -2);
         row("beyond 32 bits", "cpu 2147483648 99999999999999999999 3 4 0 0 0 0 0 0", 11, 7, 3);
@@ -109,7 +110,8 @@ private Q_SLOTS:
                 total += 100;
                 busy += load;
                 writeFile(cpuCounters(), "cpu  " + QByteArray::number(busy) + " 0 0 " +
-                                             QByteArray::number(total - busy) + " 0 0 0 0 0 0\ncpu0 1\n");
+                                             QByteArray::number(total - busy) +
+                                             " 0 1222333444 1333444555 1444555666 1555666777 1666777888\ncpu0 1\n");
             }
 
             QVERIFY(QMetaObject::invokeMethod(&monitor, "updateLoadValue"));

@@ -18,6 +18,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <termios.h>
@@ -105,6 +106,9 @@ Channel openChannel(const QByteArray& kind, const QString& folder)
             return {in, out};
         }
     }
+    if (kind == "epoll") {
+        return {epoll_create1(EPOLL_CLOEXEC), -1};
+    }
     const QByteArray file = QFile::encodeName(folder + u"/log"_s);
     return kind == "file" ? Channel{open(file.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600),
                                     open(file.constData(), O_RDONLY | O_CLOEXEC)}
@@ -182,11 +186,14 @@ private Q_SLOTS:
         const Table<QByteArray, bool> row("kind", "isLossy"); // of what can be read at all
         row("pipe", "pipe", true);
         row("pipe that waits only later", "pipe", true);
+        row("pipe of another user", "pipe", true);
         row("socket, as the journal's", "socket", true);
         row("terminal", "terminal", true);
         row("file", "file", false);
         row("device that takes nothing", "/dev/full", false);
+        row("something that got the number of a closed one", "epoll", false);
         row("closed", "", false);
+        row("closed, and standard input, too", "", false);
     }
 
     void readerOfTheLogIsNeverWaitedFor()
@@ -200,9 +207,17 @@ private Q_SLOTS:
         QList<QByteArray> lines;
         {
             const StandardErrorReplacement replacement(channel.in);
+            const QByteArrayView tag(QTest::currentDataTag());
+            const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+            if (tag.endsWith("too")) {
+                close(STDIN_FILENO);
+            }
+            // Such a pipe can't be opened anew; the superuser can open all.
+            const uid_t user = geteuid();
+            QVERIFY(user != 0 || !tag.endsWith("user") || seteuid(65534) == 0);
             const int flags = fcntl(STDERR_FILENO, F_GETFL);
             // Who shares the open file may set its flags at any time.
-            const bool isLater = QByteArrayView(QTest::currentDataTag()).endsWith("later");
+            const bool isLater = tag.endsWith("later");
             if (isLater) {
                 fcntl(STDERR_FILENO, F_SETFL, flags | O_NONBLOCK);
             }
@@ -210,6 +225,7 @@ private Q_SLOTS:
             if (isLater) {
                 fcntl(STDERR_FILENO, F_SETFL, flags);
             }
+            QVERIFY(user != 0 || seteuid(user) == 0);
             QTemporaryFile other; // must not get the number of a closed standard error
             QVERIFY(other.open());
 
@@ -222,6 +238,8 @@ private Q_SLOTS:
 
             QVERIFY(kind.isEmpty() || fcntl(STDERR_FILENO, F_GETFL) == flags);
             QCOMPARE(other.size(), 0);
+            dup2(standardInput, STDIN_FILENO);
+            close(standardInput);
             lines = received.split('\n');
         }
         close(channel.in);

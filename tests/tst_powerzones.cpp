@@ -112,12 +112,9 @@ private Q_SLOTS:
             u"0 None, 1 A, 6 None"_s);
         row("empty file", "", {}, u"0 None"_s);
         row("other keys that begin like a binary value",
-            "; @Ann, \\7\n[A]\nhigh_treshold=40\nlabel=\\xc9t\\xe9\nnote=@Vienna, \"@Data(1)\", \\x40Variants\n",
+            "; @Ann, \\7\n[A]\nhigh_treshold=40\nlabel=\\xc9t\\xe9\nnote=@Vienna, \"@Data(1)\", \\x40Variants\n"
+            "town=K\xc3\xb6ln\n",
             {loaded(u"A"_s, 0, 40)}, u"0 None, 1 A, 41 None"_s);
-        row("a binary value, deeper than the stack",
-            "[A]\nhigh_treshold=40\n[B]\nx= \"@\"\\126ariant(" +
-                QByteArray("\\0\\0\\0\\x9\\0\\0\\0\\x1").repeated(100'000) + ")\n",
-            {loaded(u"A"_s, 0, 40), skipped(u"B"_s, 0, 0)}, u"0 None, 1 A, 41 None"_s);
         row("binary values beside the zones",
             "; never write note=@Variant(x)\n[A]\nhigh_treshold=40\nupdated=@DateTime(\\0\\0\\0\\x10\\0)\n"
             "[b=@Variant(, \\x40Variant(]\nhigh_treshold=50\n",
@@ -157,6 +154,11 @@ private Q_SLOTS:
         row("integer as Qt stores it", "volume=@Variant(\\0\\0\\0\\x2\\0\\0\\0P)", 80);
         row("single precision as Qt stores it", "volume=@Variant(\\0\\0\\0\\x87\\x42\\xa0\\0\\0)", 80);
         row("text as Qt stores it", "volume=@Variant(\\0\\0\\0\\n\\0\\0\\0\\x2\\0\\x37)", 7);
+        row("byte array as Qt stores it", "volume=@Variant(\\0\\0\\0\\f\\0\\0\\0\\x1\\x37)", 7);
+        row("nothing as Qt stores it", "volume=@Variant(\\0\\0\\0\\0)", 0);
+        row("a type that Qt does not know", "volume=@Variant(\\0\\0\\0\\x88\\0\\0\\0P)", 0);
+        row("a type of more than a byte", "volume=@Variant(\\0\\0\\0\\x102\\0\\0\\0P)", 0);
+        row("its type cut off", "volume=@Variant(\\0\\0\\0", 0);
         row("its data cut off", "volume=@Variant(\\0\\0\\0\\x2\\0)", 0);
         row("list of integers as Qt stores it", "volume=@Variant(\\0\\0\\0\\t\\0\\0\\0\\x1\\0\\0\\0\\x2\\0\\0\\0P)", 0);
         row("list longer than the memory", "volume=@Variant(\\0\\0\\0\\t\\x7f\\xff\\xff\\xff)", 0);
@@ -171,6 +173,18 @@ private Q_SLOTS:
 
         QCOMPARE(zones.size(), 1);
         QTEST(zones.constFirst().volume, "number");
+    }
+
+    void binaryValuesDeeperThanTheStack()
+    {
+        const QByteArray deep = QByteArray("\\0\\0\\0\\x9\\0\\0\\0\\x1").repeated(100'000) + ")\n";
+        for (const char* const value : {" \"@\"\\126ariant(", "\\x40Variant(", "1, @Variant(", "@DateTime("}) {
+            const QList<PowerZone> zones = parseZones("[A]\nhigh_treshold=40\nvolume=" + QByteArray(value) + deep);
+
+            QCOMPARE(zones.size(), 1);
+            QCOMPARE(zones.constFirst().highThreshold, 40);
+            QCOMPARE(zones.constFirst().volume, 0);
+        }
     }
 
     void everyReloadReadsTheFileAnew()
@@ -198,9 +212,15 @@ private Q_SLOTS:
 
     void unreadableFileHasNoZones()
     {
-        QVERIFY(QFile::remove(paths::zoneFile()));
+        constexpr qint64 kTooLong = 64 * 1024 * 1024 + 1;
+        QVERIFY(QFile::resize(paths::zoneFile(), kTooLong));
         ActionManager manager(nullptr);
         QVERIFY(manager.configure(paths::zoneFile(), nullptr, nullptr));
+        QCOMPARE(owners(manager), u"0 None"_s);
+
+        QVERIFY(QFile::remove(paths::zoneFile()));
+        timeline().clear();
+        QVERIFY(manager.reload());
         QCOMPARE(owners(manager), u"0 None"_s);
 
         QVERIFY(QDir().mkpath(paths::zoneFile())); // a folder in the file's place
@@ -315,6 +335,14 @@ private Q_SLOTS:
         QVERIFY(start());
 
         QCOMPARE(run(before + u"\nexpect log \"CurrZone: 2, NewZone: \"\n"_s + after), QString());
+    }
+
+    void ceilingOfZeroSilencesAndDarkens()
+    {
+        writeFile(paths::zoneFile(), QByteArray(kZones) + "[Flat]\nhigh_treshold=5\nvolume=0\nlight=0\n");
+        QVERIFY(start());
+
+        QCOMPARE(run(u"charge 5\nexpect volume 0\nexpect light 0"_s), QString());
     }
 
     void zoneIsToldOnTheBus()
