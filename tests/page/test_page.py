@@ -386,6 +386,22 @@ class Zones(PageTest):
         browser.click("#zones-install")
         until(lambda: "Critical" in browser.text("#zone-strip"), "the zones as they were")
 
+    def test_too_long_zone_file_leaves_nothing_of_the_one_before(self):
+        until(lambda: browser.all("#zones-table tr"), "the device's zones")
+        longer = pathlib.Path(scenarios, "long.ini")
+        longer.write_text("[Full]\nhigh_treshold=100\n" + ";\n" * 150_000, encoding="utf-8")
+
+        browser.run(f"zones {longer}")
+        browser.run("update 12")
+
+        until(lambda: "too long" in browser.text("#zones-summary"), "the refusal")
+        self.assertEqual(browser.find("#zones-text").get_property("value"), "")
+        self.assertFalse(browser.all("#zones-table tr"))
+        self.assertEqual(browser.text("#zones-findings"), "none")
+        browser.run(f"zones {ROOT}/powermanager/zones.ini")
+        browser.run("update 12")
+        until(lambda: "[Critical]" in browser.find("#zones-text").get_property("value"), "the device's zone file")
+
 
 class Scenarios(PageTest):
     def test_what_was_done_is_saved_and_plays_again(self):

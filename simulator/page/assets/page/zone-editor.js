@@ -42,6 +42,9 @@ export class ZoneEditor {
     if (file === null) {
       this.#text.value = "";
       this.#loaded = "";
+      clearTimeout(this.#timer);
+      ++this.#asked; // what was being checked is gone
+      this.#show([], []);
       this.#say("The device's zone file is too long for this page; edit it where it is.", "bad");
       return;
     }
@@ -74,10 +77,7 @@ export class ZoneEditor {
       this.#say(frame.text, "bad");
       return;
     }
-    this.#findings = frame.list;
-    this.#showFindings();
-    this.#showZones(frame.zones ?? []);
-    this.#showGutter();
+    this.#show(frame.list, frame.zones ?? []);
     const errors = this.#count("error");
     const parts = [[errors, "error"], [this.#count("warning"), "warning"], [this.#count("note") + this.#count("hint"), "note"]]
       .filter(([number]) => number > 0).map(([number, word]) => `${number} ${word}${number === 1 ? "" : "s"}`);
@@ -92,6 +92,13 @@ export class ZoneEditor {
   async #install() {
     const answer = await this.#stream.ask({installZones: this.#text.value});
     this.#say(answer.ok ? "installed" : answer.text, answer.ok ? "good" : "bad");
+  }
+
+  #show(findings, zones) {
+    this.#findings = findings;
+    this.#showFindings();
+    this.#showZones(zones);
+    this.#showGutter();
   }
 
   #showFindings() {
