@@ -280,7 +280,8 @@ private Q_SLOTS:
 
     void hardResetRunsOnce()
     {
-        const QString script = paths::clearDataScript(); // neither its input nor its status nor its output matter
+        // Its name is the vendor's. Neither its input nor its status nor its output matter.
+        const QString script = QStringLiteral(ZELT_ROOT "/bin/clear_data.sh");
         writeFile(script, "#!/bin/sh\ntouch \"$0.ran\"; read line; echo noise; exit 3\n");
         QVERIFY(QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner));
         QList<QVariant> refusals;
@@ -319,7 +320,7 @@ private Q_SLOTS:
         const QString failed =
             u"log 1 HARD FACTORY RESET (includes SOFT) failed (can't execute post_factory_restore.sh)"_s;
         row("started", 1, "exit 0", {u"log 4 >>> Software Recovery STARTED"_s}, 0, true);
-        row("completed, whatever the script's status", 2, "exit 3",
+        row("completed, whatever the script's status", 2, "sleep 0.5; exit 3",
             {completed, u"log 2 HARD FACTORY RESET (includes SOFT) completed"_s}, 1, false);
         row("completed, no script", 2, "", {completed, failed}, 0, false);
         row("failed", 3, "exit 0", {u"log 4 Software Recovery FAILED "_s}, 0, false);
@@ -333,7 +334,7 @@ private Q_SLOTS:
         QFETCH(QStringList, log);
         QFETCH(int, resets);
         QFETCH(bool, pending);
-        const QString file = paths::postFactoryRestoreScript();
+        const QString file = QStringLiteral(ZELT_ROOT "/bin/post_factory_restore.sh");
         QFile::remove(file);
         if (!script.isEmpty()) {
             writeFile(file, "#!/bin/sh\n" + script + '\n');

@@ -75,7 +75,7 @@ QStringList standingBy()
 
 QByteArray recordedAction()
 {
-    QFile file(paths::lastActionFile());
+    QFile file(QStringLiteral(ZELT_ROOT "/data/log/last_powerman.txt")); // as others on the device know it
     return file.open(QIODevice::ReadOnly) ? file.readAll() : "no record";
 }
 
@@ -114,6 +114,11 @@ private Q_SLOTS:
         QCOMPARE(record.mid(19), u"|last_reboot|upgrade\n"_s);
         const QDateTime written = QDateTime::fromString(record.left(19), u"yyyy/MM/dd-hh:mm:ss"_s);
         QVERIFY(qAbs(written.secsTo(QDateTime::currentDateTime())) < 60);
+
+        // A script that is started later would inherit what the pauses block.
+        sigset_t blocked;
+        QCOMPARE(pthread_sigmask(SIG_BLOCK, nullptr, &blocked), 0);
+        QVERIFY(sigisemptyset(&blocked));
     }
 
     void lowPowerLineShutsDown()
