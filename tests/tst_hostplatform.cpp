@@ -18,7 +18,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <termios.h>
@@ -106,9 +105,6 @@ Channel openChannel(const QByteArray& kind, const QString& folder)
             return {in, out};
         }
     }
-    if (kind == "epoll") {
-        return {epoll_create1(EPOLL_CLOEXEC), -1};
-    }
     const QByteArray file = QFile::encodeName(folder + u"/log"_s);
     return kind == "file" ? Channel{open(file.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600),
                                     open(file.constData(), O_RDONLY | O_CLOEXEC)}
@@ -191,7 +187,6 @@ private Q_SLOTS:
         row("terminal", "terminal", true);
         row("file", "file", false);
         row("device that takes nothing", "/dev/full", false);
-        row("something that got the number of a closed one", "epoll", false);
         row("closed", "", false);
         row("closed, and standard input, too", "", false);
     }
