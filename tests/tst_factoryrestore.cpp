@@ -414,7 +414,7 @@ private Q_SLOTS:
         const QString missing = u"log 2 Can't find FROM/key, using default (d)"_s;
         row("found", u"config FROM key v"_s, true, u"expect config TO key v"_s,
             {u"log 4 Successfully copied value 'v' from FROM/key to TO/key"_s});
-        row("missing", QString(), true, u"expect config TO key d"_s,
+        row("missing", QString(), true, u"expect config FROM key d\nexpect config TO key d"_s,
             {missing, u"log 4 Successfully initialized default value FROM/key=d"_s,
              u"log 4 Successfully set default value TO/key=d"_s});
         row("unwritable", u"config FROM key v\nfail configmanager.SetStringValue error"_s, false, none,
