@@ -155,6 +155,7 @@ private Q_SLOTS:
         row("up at the top", 456, "freqIncrease", 0);
         row("down at the bottom", 96, "freqDecrease", 0);
         row("jump at the top", 456, "setMaxFreq", 0);
+        row("jump from above the ladder", 600, "setMaxFreq", 456);
         row("up, frequency unreadable", -1, "freqIncrease", 0);
         row("down, frequency unreadable", -1, "freqDecrease", 0);
         row("jump, frequency unreadable", -1, "setMaxFreq", 456);

@@ -303,9 +303,14 @@ private Q_SLOTS:
         // The file that is there may have any time stamp, also one that 32 bits can't hold.
         QCOMPARE(QProcess::execute(u"touch"_s, {u"-d"_s, u"2040-01-01"_s, paths::lastActionFile()}), 0);
 
-        QCOMPARE(manager().Shutdown(QString::fromUtf8(reason)), 0);
+        QList<QByteArray> recorded; // when others are told
+        connect(&manager(), &PowerManager::PowerEvent, this,
+                [&recorded] { recorded.append(recordedAction().mid(19)); });
 
-        QCOMPARE(recordedAction().mid(19), "|last_shutdown|" + reason + '\n');
+        QCOMPARE(manager().Shutdown(QString::fromUtf8(reason)), 0);
+        QCOMPARE(manager().Reboot(QString::fromUtf8(reason)), 0);
+
+        QCOMPARE(recorded, (QList<QByteArray>{"|last_shutdown|" + reason + '\n', "|last_reboot|" + reason + '\n'}));
     }
 
     void unwritableRecordStopsNothing_data()

@@ -97,8 +97,9 @@ private Q_SLOTS:
         row("equal widths: the first listed wins", "[A]\nhigh_treshold=20\n[B]\nlow_treshold=10\nhigh_treshold=30\n",
             {loaded(u"A"_s, 0, 20), loaded(u"B"_s, 10, 30)}, u"0 None, 1 A, 21 B, 31 None"_s);
         row("bounds are clamped",
-            "[A]\nlow_treshold=-20\nhigh_treshold=150\n[B]\nlow_treshold=-99999999999\nhigh_treshold=99999999999\n",
-            {loaded(u"A"_s, 0, 100), loaded(u"B"_s, 0, 100)}, u"0 None, 1 A"_s);
+            "[A]\nlow_treshold=-20\nhigh_treshold=150\n[B]\nlow_treshold=-3000000000\nhigh_treshold=3000000000\n"
+            "[C]\nlow_treshold=-99999999999\nhigh_treshold=99999999999\n",
+            {loaded(u"A"_s, 0, 100), loaded(u"B"_s, 0, 100), loaded(u"C"_s, 0, 100)}, u"0 None, 1 A"_s);
         row("no band, no zone",
             "[A]\nlow_treshold=50\nhigh_treshold=50\n[B]\nlow_treshold=60\nhigh_treshold=40\n"
             "[C]\nlow_treshold=150\nhigh_treshold=200\n[D]\nlow_treshold=10\n",
