@@ -50,7 +50,7 @@ private:
     int m_saved;
 };
 
-/// What one log line comes to on standard error: one entry for each write.
+/// What a log line, written twice, comes to on standard error: one entry for each write.
 /// @param isJournal whether standard error is the journal's stream
 QList<QByteArray> writesOf(unsigned int level, const QByteArray& text, bool isJournal)
 {
@@ -65,7 +65,9 @@ QList<QByteArray> writesOf(unsigned int level, const QByteArray& text, bool isJo
         const QByteArray own =
             QByteArray::number(qulonglong{info.st_dev}) + ':' + QByteArray::number(qulonglong{info.st_ino});
         qputenv("JOURNAL_STREAM", isJournal ? own : "1:1"); // that is somebody else's
-        LogInterface(u"/log"_s).EmitLogString(level, text.constData(), "/a/b");
+        LogInterface log(u"/log"_s);
+        log.EmitLogString(level, text.constData(), "/a/b");
+        log.EmitLogString(level, text.constData(), "/a/b");
     }
 
     QList<QByteArray> writes;
@@ -174,7 +176,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, text);
         QFETCH(bool, isJournal);
         QFETCH(QByteArray, line);
-        QCOMPARE(writesOf(level, text, isJournal), QList<QByteArray>{line});
+        QCOMPARE(writesOf(level, text, isJournal), (QList<QByteArray>{line, line}));
     }
 
     void readerOfTheLogIsNeverWaitedFor_data()
