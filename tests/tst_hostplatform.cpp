@@ -235,6 +235,10 @@ private Q_SLOTS:
 
             QVERIFY(kind.isEmpty() || fcntl(STDERR_FILENO, F_GETFL) == flags);
             QCOMPARE(other.size(), 0);
+            if (kind == "socket") {
+                (void)shutdown(channel.out, SHUT_RDWR);
+                log.EmitLogString(4, "to a reader that has gone", "/a/b"); // must not end the process
+            }
             dup2(standardInput, STDIN_FILENO);
             close(standardInput);
             lines = received.split('\n');
