@@ -361,6 +361,10 @@ private Q_SLOTS:
         writeFile(gpioFile(u"export"_s), "");
         QCOMPARE(LIBGPIO_set_enabled(24, 1), -ENOENT); // nobody makes the folder here
         QCOMPARE(readFile(u"export"_s), QByteArray("24"));
+        writeFile(gpioFile(u"export"_s), "");
+        int level = 0;
+        QCOMPARE(LIBGPIO_get_enabled(25, &level), -ENOENT);
+        QCOMPARE(readFile(u"export"_s), QByteArray("25"));
         QCOMPARE(value, 42);
     }
 
