@@ -156,9 +156,8 @@ private Q_SLOTS:
         row("single precision as Qt stores it", "volume=@Variant(\\0\\0\\0\\x87\\x42\\xa0\\0\\0)", 80);
         row("text as Qt stores it", "volume=@Variant(\\0\\0\\0\\n\\0\\0\\0\\x2\\0\\x37)", 7);
         row("byte array as Qt stores it", "volume=@Variant(\\0\\0\\0\\f\\0\\0\\0\\x1\\x37)", 7);
-        row("nothing as Qt stores it", "volume=@Variant(\\0\\0\\0\\0)", 0);
         row("a type that Qt does not know", "volume=@Variant(\\0\\0\\0\\x88\\0\\0\\0P)", 0);
-        row("a type of more than a byte", "volume=@Variant(\\0\\0\\0\\x102\\0\\0\\0P)", 0);
+        row("a type of more than a byte", "volume=@Variant(\\x100\\0\\0\\x2\\0\\0\\0P)", 0);
         row("its type cut off", "volume=@Variant(\\0\\0\\0", 0);
         row("its data cut off", "volume=@Variant(\\0\\0\\0\\x2\\0)", 0);
         row("list of integers as Qt stores it", "volume=@Variant(\\0\\0\\0\\t\\0\\0\\0\\x1\\0\\0\\0\\x2\\0\\0\\0P)", 0);
