@@ -304,8 +304,9 @@ private Q_SLOTS:
         QCOMPARE(QProcess::execute(u"touch"_s, {u"-d"_s, u"2040-01-01"_s, paths::lastActionFile()}), 0);
 
         QList<QByteArray> recorded; // when others are told
-        connect(&manager(), &PowerManager::PowerEvent, this,
-                [&recorded] { recorded.append(recordedAction().mid(19)); });
+        const auto readRecord = [&recorded] { recorded.append(recordedAction().mid(19)); };
+        const QObject context; // the manager outlives this test
+        connect(&manager(), &PowerManager::PowerEvent, &context, readRecord);
 
         QCOMPARE(manager().Shutdown(QString::fromUtf8(reason)), 0);
         QCOMPARE(manager().Reboot(QString::fromUtf8(reason)), 0);
