@@ -31,7 +31,6 @@
 #include <QDateTime>
 #include <QFile>
 #include <QTextStream>
-#include <QTimer>
 
 #include <chrono>
 
@@ -85,17 +84,16 @@ bool isDone(QDBusPendingReply<int> reply)
 class Backlog
 {
 public:
-    explicit Backlog(QObject* receiver) : m_receiver(receiver) {}
+    explicit Backlog(QTimer& served) : m_served(served) {}
     ~Backlog()
     {
-        // A flood may go on for a while, but by then it no longer waits.
-        QTimer::singleShot(10s, m_receiver, &returnFreeMemory);
+        m_served.start();
     }
 
 private:
     Q_DISABLE_COPY_MOVE(Backlog)
 
-    QObject* m_receiver;
+    QTimer& m_served;
 };
 
 /// The same instant in UTC; an empty text if the text is no time. A time that the clock skips in spring counts on from
@@ -131,7 +129,13 @@ int openForRewriting(const QString& path)
 
 } // namespace
 
-PowerManager::PowerManager(const char* objectPath) : ZeltFeatureBase(objectPath) {}
+PowerManager::PowerManager(const char* objectPath) : ZeltFeatureBase(objectPath)
+{
+    // A flood may go on for a while, but by then it no longer waits.
+    m_backlogServed.setInterval(10s);
+    m_backlogServed.setSingleShot(true);
+    connect(&m_backlogServed, &QTimer::timeout, &returnFreeMemory);
+}
 
 PowerManager::~PowerManager() = default;
 
@@ -239,7 +243,7 @@ int PowerManager::PostRestoreReboot()
 
 int PowerManager::Reboot(const QString& Reason)
 {
-    const Backlog backlog(this);
+    const Backlog backlog(m_backlogServed);
     const QString event = QStringLiteral("reboot");
     POWER_LOG(LogLevel::Warning, "Reboot (%s) requested: will restart in about %d seconds...", qPrintable(Reason),
               static_cast<int>(kAnnouncementSeconds));
@@ -258,7 +262,7 @@ int PowerManager::Reboot(const QString& Reason)
 
 int PowerManager::Shutdown(const QString& Reason)
 {
-    const Backlog backlog(this);
+    const Backlog backlog(m_backlogServed);
     const QString event = QStringLiteral("shutdown");
     POWER_LOG(LogLevel::Warning, "Shutdown (%s) requested: will poweroff in about %d seconds...", qPrintable(Reason),
               static_cast<int>(kAnnouncementSeconds));
@@ -277,7 +281,7 @@ int PowerManager::Shutdown(const QString& Reason)
 
 int PowerManager::Suspend(const QString& Time)
 {
-    const Backlog backlog(this);
+    const Backlog backlog(m_backlogServed);
     POWER_LOG(LogLevel::Info, "Suspend until %s (localtime) requested", qPrintable(Time));
     // Not checked: the frequency service decides about an empty text.
     const QString utc = toUtc(Time);
