@@ -45,6 +45,13 @@ QDBusMessage makeCall(const QString& method, const QVariantList& values)
     return call;
 }
 
+/// A call that only the program of this run has.
+QDBusMessage makeOwnCall(const QString& method)
+{
+    static const QString kService = Catalogue().powerDaemon().busName;
+    return QDBusMessage::createMethodCall(kService, u"/endure"_s, u"com.quillmark.zelt.endure"_s, method);
+}
+
 /// Calls the daemon and waits. @return whether it answered with status 0, or without any
 bool isDone(const QDBusMessage& call)
 {
@@ -90,9 +97,7 @@ bool resetOnce(BenchServices& services, int number)
 {
     constexpr int kWrites = 60; // fewer than the factory table has
     services.refuseWrite(number % 2 == 0 ? -1 : number / 4 % kWrites);
-    static const QString kService = Catalogue().powerDaemon().busName;
-    return isDone(QDBusMessage::createMethodCall(kService, u"/endure"_s, u"com.quillmark.zelt.endure"_s,
-                                                 number % 4 < 2 ? u"soft"_s : u"hard"_s));
+    return isDone(makeOwnCall(number % 4 < 2 ? u"soft"_s : u"hard"_s));
 }
 
 /// Through all charges; after some, waits until the daemon has served them.
@@ -122,7 +127,9 @@ QString usageRow(const Program& daemon, const QString& done)
     const qint64 before = daemon.voluntarySwitches();
     wait(kWatched);
     const qint64 wakeUps = (daemon.voluntarySwitches() - before) / kWatched.count();
-    return u"| %1 | %2 | %3 | %4 | %5 |\n"_s.arg(done)
+    const QDBusReply<qlonglong> allocated = QDBusConnection::sessionBus().call(makeOwnCall(u"allocated"_s));
+    return u"| %1 | %2 | %3 | %4 | %5 | %6 |\n"_s.arg(done)
+        .arg(allocated.value() / 1024)
         .arg(daemon.memoryKilobytes("Private_Dirty"))
         .arg(daemon.openDescriptors())
         .arg(daemon.statusNumber("Threads"))
@@ -143,10 +150,9 @@ bool run(const Exercise& exercise, int percent)
     if (!services.start() || !daemon.start()) {
         return false;
     }
-    QString table =
-        u"| %1 | Private_Dirty, kB | descriptors | threads | wake-ups a second |\n|---|---:|---:|---:|---:|\n"_s.arg(
-            QLatin1StringView(exercise.name)) +
-        usageRow(daemon, u"0"_s);
+    QString table = u"| %1 | allocated, kB | Private_Dirty, kB | descriptors | threads | wake-ups a second |\n"
+                    "|---|---:|---:|---:|---:|---:|\n"_s.arg(QLatin1StringView(exercise.name)) +
+                    usageRow(daemon, u"0"_s);
     QElapsedTimer clock;
     clock.start();
     qint64 watched = 0;

@@ -8,17 +8,60 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QXmlStreamReader>
 
+#include <cstdio>
+#include <cstdlib>
+
+#include <malloc.h>
 #include <unistd.h>
 
-/// Starts factory resets, whose countdowns take 5 s of real time, as if the countdown were over.
-class Resets : public QObject
+namespace {
+
+/// What the program has allocated and not freed, in bytes, in the memory of all threads. Of the memory that the C
+/// library holds, the rest is free, but not returned to the system.
+qint64 allocatedBytes()
+{
+    char* text = nullptr;
+    std::size_t size = 0;
+    std::FILE* stream = open_memstream(&text, &size);
+    if (stream == nullptr) {
+        return -1;
+    }
+    const bool isMade = malloc_info(0, stream) == 0;
+    const bool isWritten = std::fclose(stream) == 0 && isMade;
+    const QByteArray report(text, isWritten ? static_cast<qsizetype>(size) : 0);
+    std::free(text);
+    if (report.isEmpty()) {
+        return -1;
+    }
+    qint64 bytes = 0;
+    QXmlStreamReader reader(report);
+    reader.readNextStartElement(); // malloc
+    while (reader.readNextStartElement()) {
+        const auto type = reader.attributes().value(QLatin1String("type"));
+        const qint64 number = reader.attributes().value(QLatin1String("size")).toLongLong();
+        const bool isHeld = reader.name() == QLatin1String("system") && type == QLatin1String("current");
+        if (isHeld || type == QLatin1String("mmap")) {
+            bytes += number;
+        } else if (type == QLatin1String("fast") || type == QLatin1String("rest")) {
+            bytes -= number;
+        }
+        reader.skipCurrentElement(); // also the memory of each thread, of which the others are the sums
+    }
+    return bytes;
+}
+
+} // namespace
+
+/// Starts factory resets, whose countdowns take 5 s of real time, as if the countdown were over; tells what is in use.
+class Endurance : public QObject
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.quillmark.zelt.endure")
 
 public:
-    explicit Resets(PowerManager& manager) : m_manager(manager) {}
+    explicit Endurance(PowerManager& manager) : m_manager(manager) {}
 
 public Q_SLOTS:
     void soft()
@@ -34,8 +77,14 @@ public Q_SLOTS:
         QMetaObject::invokeMethod(&resets, "HardResetTimer_Elapsed");
     }
 
+    /// Negative if it can't be told.
+    qlonglong allocated()
+    {
+        return allocatedBytes();
+    }
+
 private:
-    Q_DISABLE_COPY_MOVE(Resets)
+    Q_DISABLE_COPY_MOVE(Endurance)
 
     PowerManager& m_manager;
 };
@@ -60,14 +109,14 @@ int main(int argc, char** argv)
     QDBusConnection bus = QDBusConnection::sessionBus();
     QCoreApplication::sendPostedEvents();
     PowerManager manager(kObjectPath);
-    Resets resets(manager);
+    Endurance endurance(manager);
     if (!manager.init()) {
         return 1;
     }
     new PowerManagerAdaptor(&manager); // a child
     const bool isServed =
         bus.registerObject(QString::fromLatin1(kObjectPath), &manager, QDBusConnection::ExportAdaptors) &&
-        bus.registerObject(QStringLiteral("/endure"), &resets, QDBusConnection::ExportAllSlots) &&
+        bus.registerObject(QStringLiteral("/endure"), &endurance, QDBusConnection::ExportAllSlots) &&
         bus.registerService(QString::fromLatin1(kServiceName));
     return isServed ? QCoreApplication::exec() : 1;
 }
