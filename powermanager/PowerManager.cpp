@@ -134,7 +134,7 @@ PowerManager::PowerManager(const char* objectPath) : ZeltFeatureBase(objectPath)
     // A flood may go on for a while, but by then it no longer waits.
     m_backlogServed.setInterval(10s);
     m_backlogServed.setSingleShot(true);
-    connect(&m_backlogServed, &QTimer::timeout, &returnFreeMemory);
+    connect(&m_backlogServed, &QTimer::timeout, this, &returnFreeMemory);
 }
 
 PowerManager::~PowerManager() = default;
@@ -281,7 +281,6 @@ int PowerManager::Shutdown(const QString& Reason)
 
 int PowerManager::Suspend(const QString& Time)
 {
-    const Backlog backlog(m_backlogServed);
     POWER_LOG(LogLevel::Info, "Suspend until %s (localtime) requested", qPrintable(Time));
     // Not checked: the frequency service decides about an empty text.
     const QString utc = toUtc(Time);
@@ -290,6 +289,7 @@ int PowerManager::Suspend(const QString& Time)
         POWER_LOG(LogLevel::Error, "Error setting wakeup time to %s (localtime)", qPrintable(Time));
         return kFreqOrSuspendFailed;
     }
+    const Backlog backlog(m_backlogServed);
     preSuspendSetup();
     Q_EMIT PowerEvent(QStringLiteral("suspend"), QStringLiteral("sleep"));
     pauses::seconds(kAnnouncementSeconds);
