@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QCoreApplication>
 #include <QString>
 
 #include <cstdio>
@@ -9,5 +10,5 @@
 /// Prints one line on standard error: why a measurement can't be made.
 inline void printError(const QString& text)
 {
-    std::fprintf(stderr, "measure: %s\n", qPrintable(text));
+    std::fprintf(stderr, "%s: %s\n", qPrintable(QCoreApplication::applicationName()), qPrintable(text));
 }

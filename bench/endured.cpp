@@ -18,8 +18,8 @@
 
 namespace {
 
-/// What the program has allocated and not freed, in bytes, in the memory of all threads. Of the memory that the C
-/// library holds, the rest is free, but not returned to the system.
+/// What the program has allocated and not freed, in bytes, in the memory of all threads, with what the C library keeps
+/// at hand for each of them. Negative if it can't be told.
 qint64 allocatedBytes()
 {
     char* text = nullptr;
@@ -49,7 +49,7 @@ qint64 allocatedBytes()
         }
         reader.skipCurrentElement(); // also the memory of each thread, of which the others are the sums
     }
-    return bytes;
+    return reader.hasError() ? -1 : bytes;
 }
 
 } // namespace
