@@ -259,7 +259,7 @@ bool runFlood(int seconds, int rate)
                    .toString();
     }
     const double served = static_cast<double>(clock.elapsed()) / 1000;
-    wait(12s); // the daemon returns memory 10 s after a power action, of which the last broadcast may be the end
+    wait(12s); // the daemon returns memory 10 s after the reboot, which may just have ended
     std::fputc('\n', stderr);
     const qint64 highest = daemon.statusNumber("VmHWM");
     const qint64 left = daemon.statusNumber("VmRSS");

@@ -84,16 +84,16 @@ bool isDone(QDBusPendingReply<int> reply)
 class Backlog
 {
 public:
-    explicit Backlog(QTimer& served) : m_served(served) {}
+    explicit Backlog(QTimer& timer) : m_timer(timer) {}
     ~Backlog()
     {
-        m_served.start();
+        m_timer.start();
     }
 
 private:
     Q_DISABLE_COPY_MOVE(Backlog)
 
-    QTimer& m_served;
+    QTimer& m_timer;
 };
 
 /// The same instant in UTC; an empty text if the text is no time. A time that the clock skips in spring counts on from
@@ -132,9 +132,9 @@ int openForRewriting(const QString& path)
 PowerManager::PowerManager(const char* objectPath) : ZeltFeatureBase(objectPath)
 {
     // A flood may go on for a while, but by then it no longer waits.
-    m_backlogServed.setInterval(10s);
-    m_backlogServed.setSingleShot(true);
-    connect(&m_backlogServed, &QTimer::timeout, this, &returnFreeMemory);
+    m_backlogTimer.setInterval(10s);
+    m_backlogTimer.setSingleShot(true);
+    connect(&m_backlogTimer, &QTimer::timeout, this, &returnFreeMemory);
 }
 
 PowerManager::~PowerManager() = default;
@@ -243,7 +243,7 @@ int PowerManager::PostRestoreReboot()
 
 int PowerManager::Reboot(const QString& Reason)
 {
-    const Backlog backlog(m_backlogServed);
+    const Backlog backlog(m_backlogTimer);
     const QString event = QStringLiteral("reboot");
     POWER_LOG(LogLevel::Warning, "Reboot (%s) requested: will restart in about %d seconds...", qPrintable(Reason),
               static_cast<int>(kAnnouncementSeconds));
@@ -262,7 +262,7 @@ int PowerManager::Reboot(const QString& Reason)
 
 int PowerManager::Shutdown(const QString& Reason)
 {
-    const Backlog backlog(m_backlogServed);
+    const Backlog backlog(m_backlogTimer);
     const QString event = QStringLiteral("shutdown");
     POWER_LOG(LogLevel::Warning, "Shutdown (%s) requested: will poweroff in about %d seconds...", qPrintable(Reason),
               static_cast<int>(kAnnouncementSeconds));
@@ -289,7 +289,7 @@ int PowerManager::Suspend(const QString& Time)
         POWER_LOG(LogLevel::Error, "Error setting wakeup time to %s (localtime)", qPrintable(Time));
         return kFreqOrSuspendFailed;
     }
-    const Backlog backlog(m_backlogServed);
+    const Backlog backlog(m_backlogTimer);
     preSuspendSetup();
     Q_EMIT PowerEvent(QStringLiteral("suspend"), QStringLiteral("sleep"));
     pauses::seconds(kAnnouncementSeconds);

@@ -177,7 +177,7 @@ private:
     bool m_actionsEnabled = false;
     QList<int> m_freqTable;    ///< the CPU frequencies in MHz that may be set, lowest first
     int m_reservedCounter = 0; ///< Kept: not used
-    QTimer m_backlogServed;    ///< runs out when what arrived during the last power action has been served
+    QTimer m_backlogTimer;     ///< runs out when what arrived during the last power action has been served
 
     // Children of this object, created by init().
     EventMonitor* m_eventMonitor = nullptr;
